@@ -1,0 +1,192 @@
+// Warps: images read at computed coordinates; and foldings of coordinates themselves.
+#include "catalogue/functions/groups.h"
+#include "evaluator/pass_hooks.h"
+#include "genotype/genotype_reader.h"
+
+namespace tessaron::TESSARON_LEVEL {
+namespace {
+
+constexpr image_needs WARP = {.image_arg_index = 0, .extra_images = 4, .aux_count_a = 1};
+constexpr image_needs WARP_FILTER = {.image_arg_index = 0, .images_per_element = 1, .aux_count_a = 1};
+constexpr image_needs BLUR_WARP = {.image_arg_index = 0, .images_per_element = 2, .aux_count_a = 1};
+constexpr image_needs REPEAT_WARP = {
+    .image_arg_index = 0, .images_per_element = 1, .arg_scale_runtime = 5, .aux_count_a = 1};
+constexpr image_needs REPEAT_WARP_FILTER = {
+    .image_arg_index = 0, .images_per_element = 1, .arg_scale_runtime = 7, .aux_count_a = 1};
+constexpr image_needs CHROMA_WARP = {
+    .image_arg_index = 0, .images_per_element = 1, .arg_scale_runtime = 4, .aux_count_a = 1};
+constexpr image_needs CHROMA_WARP_FILTER = {
+    .image_arg_index = 0, .images_per_element = 1, .arg_scale_runtime = 6, .aux_count_a = 1};
+constexpr image_needs PAINT = {.image_arg_index = 0, .images_per_element = 1, .extra_images = 2, .aux_count_a = 3};
+constexpr image_needs EDGE_DIST = {.image_arg_index = 0, .images_per_element = 1, .extra_images = 1, .aux_count_a = 1};
+
+/// Reading each pixel at its own place changes nothing.
+int pass_own_place(const node& n) {
+  return n.args[1]->kind == KIND_BUILT_IN && n.args[1]->var_index == VAR_XY ? 0 : -1;
+}
+
+void define_warps(fun_registry& r) {
+  define(r, {.name = "warp",
+             .args = {"image", "coords", "wrap", "filter"},
+             .doc = "The image at other coordinates.",
+             .cost = 6,
+             .weight = 1.0f,
+             .fun_class = CLASS_WARP,
+             .flags = FUN_REAL_IMAGE,
+             .flags2 = FUN2_COORDS | FUN2_COORDS_FREE,
+             .image = &WARP,
+             .pass = pass_own_place,
+             .combos = {{"1,2,2,1>1 2,2,2,1>2 3,2,2,1>3 4,2,2,1>4", not_built_yet}}});
+  define(r, {.name = "warp_rel",
+             .args = {"image", "coords", "wrap", "filter"},
+             .doc = "The image at coordinates relative to each pixel's own.",
+             .cost = 6,
+             .weight = 1.0f,
+             .fun_class = CLASS_WARP,
+             .flags = FUN_REAL_IMAGE,
+             .flags2 = FUN2_COORDS,
+             .image = &WARP,
+             .pass = [](const node& n) -> int { return arg_zero(n, 1) ? 0 : -1; },
+             .combos = {{"1,2,2,1>1 2,2,2,1>2 3,2,2,1>3 4,2,2,1>4", not_built_yet}}});
+  define(r, {.name = "warp_filter",
+             .args = {"image", "coords", "mipmap_levels", "wrap"},
+             .doc = "The image at other coordinates, filtered through mipmap levels.",
+             .cost = 6,
+             .weight = 1.0f,
+             .fun_class = CLASS_WARP,
+             .flags = FUN_REAL_IMAGE,
+             .flags2 = FUN2_COORDS | FUN2_COORDS_FREE,
+             .image = &WARP_FILTER,
+             .pass = pass_own_place,
+             .combos = {{"1,2,2,2>1 3,2,2,2>3 4,2,2,2>4", not_built_yet}}});
+  define(r, {.name = "blur_warp",
+             .args = {"image", "from_coords", "to_coords", "ends_brightness", "scale", "wrap", "subpixel",
+                      "log_res_factor"},
+             .doc = "Smears the image smoothly from one set of coordinates to another.",
+             .cost = 100,
+             .weight = 1.0f,
+             .fun_class = CLASS_WARP,
+             .flags = FUN_REAL_IMAGE,
+             .image = &BLUR_WARP,
+             .combos = {{"1,2,2,2,1,2,1,1>1 2,2,2,2,1,2,1,1>2 3,2,2,2,1,2,1,1>3 4,2,2,2,1,2,1,1>4", not_built_yet}}});
+  define(r, {.name = "repeat_warp",
+             .args = {"image", "from_coords", "to_coords", "ends_brightness", "wrap", "steps"},
+             .doc = "The mean of the image over steps from one set of coordinates to another.",
+             .cost = 4,
+             .weight = 1.0f,
+             .fun_class = CLASS_WARP,
+             .flags = FUN_REAL_IMAGE,
+             .flags2 = FUN2_COORDS,
+             .image = &REPEAT_WARP,
+             .combos = {{"1,2,2,2,2,1>1 2,2,2,2,2,1>2 3,2,2,2,2,1>3 4,2,2,2,2,1>4", not_built_yet}}});
+  define(r,
+         {.name = "repeat_warp_filter",
+          .args = {"image", "from_coords", "to_coords", "from_levels", "to_levels", "ends_brightness", "wrap", "steps"},
+          .doc = "As repeat_warp, filtered through mipmap levels.",
+          .cost = 4,
+          .weight = 1.0f,
+          .fun_class = CLASS_WARP,
+          .flags = FUN_REAL_IMAGE,
+          .flags2 = FUN2_COORDS | FUN2_COORDS_FREE,
+          .image = &REPEAT_WARP_FILTER,
+          .combos = {{"1,2,2,2,2,2,2,1>1 2,2,2,2,2,2,2,1>2 3,2,2,2,2,2,2,1>3 4,2,2,2,2,2,2,1>4", not_built_yet}}});
+  define(r, {.name = "chroma_warp",
+             .args = {"image", "from_coords", "to_coords", "wrap", "steps", "color1", "color2", "color3",
+                      "white_balance", "brightness"},
+             .doc = "As repeat_warp, with a colour of its own for each step.",
+             .cost = 5,
+             .weight = 1.0f,
+             .fun_class = CLASS_WARP,
+             .flags = FUN_REAL_IMAGE,
+             .flags2 = FUN2_COORDS,
+             .image = &CHROMA_WARP,
+             .combos = {{"1,2,2,2,1,3,3,3,1,1>3 3,2,2,2,1,3,3,3,1,1>3 4,2,2,2,1,3,3,3,1,1>4", not_built_yet}}});
+  define(
+      r,
+      {.name = "chroma_warp_filter",
+       .args = {"image", "from_coords", "to_coords", "from_levels", "to_levels", "wrap", "steps", "color1", "color2",
+                "color3", "white_balance", "brightness"},
+       .doc = "As chroma_warp, filtered through mipmap levels.",
+       .cost = 5,
+       .weight = 1.0f,
+       .fun_class = CLASS_WARP,
+       .flags = FUN_REAL_IMAGE,
+       .flags2 = FUN2_COORDS | FUN2_COORDS_FREE,
+       .image = &CHROMA_WARP_FILTER,
+       .combos = {{"1,2,2,2,2,2,1,3,3,3,1,1>3 3,2,2,2,2,2,1,3,3,3,1,1>3 4,2,2,2,2,2,1,3,3,3,1,1>4", not_built_yet}}});
+}
+
+void define_stylisers(fun_registry& r) {
+  define(r, {.name = "flys_eye",
+             .args = {"image", "coords", "frequency", "shift", "rotate", "inside_zdist", "inside_rotate",
+                      "overall_zdist", "edge_softness", "wrap"},
+             .doc = "The image through hexagonal lenses.",
+             .cost = 20,
+             .weight = 1.0f,
+             .fun_class = CLASS_PATTERN,
+             .flags = FUN_REAL_IMAGE,
+             .flags2 = FUN2_COORDS,
+             .image = &WARP_FILTER,
+             .combos = {{"1,2,2,2,1,1,1,1,1,2>1 2,2,2,2,1,1,1,1,1,2>2 3,2,2,2,1,1,1,1,1,2>3 4,2,2,2,1,1,1,1,1,2>4",
+                         not_built_yet}}});
+  define(r, {.name = "drops",
+             .args = {"image", "coords", "amplitude", "frequency", "phase", "rotate", "in_out_rads", "in_out_soft",
+                      "max_centers"},
+             .doc = "Ripples of drops that an image places, as a shift of coordinates.",
+             .cost = 20,
+             .weight = 1.0f,
+             .fun_class = CLASS_PATTERN,
+             .flags = FUN_REAL_IMAGE,
+             .image = &WARP_FILTER,
+             .combos = {{"1,2,1,2,1,1,2,2,1>2", not_built_yet}}});
+  define(r, {.name = "paint",
+             .args = {"image", "frequency", "pre_blur", "follow_grad", "grad_blur", "rand_seed"},
+             .doc = "Brush strokes in the colours of the image.",
+             .cost = 10,
+             .weight = 1.0f,
+             .fun_class = CLASS_PAINT,
+             .flags = FUN_REAL_IMAGE,
+             .flags2 = FUN2_SMOOTHS,
+             .image = &PAINT,
+             .combos = {{"1,1,1,1,1,1>1 2,1,1,1,1,1>2 3,1,1,1,1,1>3 4,1,1,1,1,1>4", not_built_yet}}});
+  define(r, {.name = "edge_dist",
+             .args = {"image", "scale"},
+             .doc = "Distance to the nearest edge of a matte.",
+             .cost = 8,
+             .weight = 1.0f,
+             .fun_class = CLASS_PAINT,
+             .flags = FUN_NEVER_CONSTANT | FUN_REAL_IMAGE,
+             .image = &EDGE_DIST,
+             .combos = {{"1,1>1", not_built_yet}}});
+}
+
+void define_foldings(fun_registry& r) {
+  define(r, {.name = "kaleido",
+             .args = {"coords", "scale"},
+             .doc = "Folds coordinates into the triangles of a kaleidoscope.",
+             .cost = 4,
+             .fun_class = CLASS_KALEIDO,
+             .combos = {{"2,1>2", not_built_yet}}});
+  define(r, {.name = "kaleido_diamonds",
+             .args = {"coords", "scale"},
+             .doc = "Folds coordinates into diamonds.",
+             .cost = 4,
+             .fun_class = CLASS_KALEIDO,
+             .combos = {{"2,1>2", not_built_yet}}});
+  define(r, {.name = "kaleido_oct",
+             .args = {"coords", "scale"},
+             .doc = "Folds coordinates into octagons.",
+             .cost = 4,
+             .fun_class = CLASS_KALEIDO,
+             .combos = {{"2,1>2", not_built_yet}}});
+}
+
+}  // namespace
+
+void define_warp(fun_registry& r) {
+  define_warps(r);
+  define_stylisers(r);
+  define_foldings(r);
+}
+
+}  // namespace tessaron::TESSARON_LEVEL

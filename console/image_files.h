@@ -1,0 +1,31 @@
+// Image files through the image library. All knowledge of it is in image_files.cpp.
+#pragma once
+
+#include <string>
+
+#include "hostkit/host_kit.h"
+
+namespace tessaron::console {
+
+/// Largest side that a host image may have.
+inline constexpr int MAX_IMAGE_SIDE = 30000;
+
+/// Reads an image with its samples unchanged: 8-bit files as rgba8, deeper ones as bgra16 (float samples
+/// are limited to 0..1). Grey goes to all three colours; without alpha the image is opaque. Throws work_error.
+hostkit::image read_image_file(const std::string& path);
+
+/// Writes an image in the format of the name's extension: 8-bit host formats as 8-bit samples, 16-bit
+/// ones as 16-bit samples where the file format has them. Alpha is left out where it has none. The file
+/// appears whole or not at all. Throws work_error.
+void write_image_file(const std::string& path, const hostkit::image& picture);
+
+/// Why an image cannot be written under this name, or empty: the extension decides.
+std::string output_format_fault(const std::string& path);
+
+/// Lets the image library use at most this many threads.
+void limit_image_threads(int count);
+
+/// Name and version of the image library.
+std::string image_library_name();
+
+}  // namespace tessaron::console

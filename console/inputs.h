@@ -1,0 +1,50 @@
+// The images of -i: which input each one feeds, and the frame of each that a render asks for.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "console/sequences.h"
+#include "genotype/genotype.h"
+#include "hostkit/host_kit.h"
+
+namespace tessaron::console {
+
+/// The image file or numbered sequence of one input.
+class input_feed {
+ public:
+  input_feed(const std::string& path, missing_rule rule);
+
+  /// Files of the sequence; 1 for a plain image.
+  int frame_count() const;
+  /// File that is read at a frame; nothing where the rule puts black there. Throws work_error when the
+  /// frame is missing and must not be.
+  std::optional<std::string> file_at(int frame) const;
+  /// The picture at a frame, as it is in its file. A picture that was read last is not read again.
+  const hostkit::image& at(int frame);
+  /// What `at` gave last.
+  const hostkit::image& current() const { return picture_; }
+  /// The same in a host format and reduced. Made once for each picture.
+  const hostkit::image& prepared(hostkit::pixel_format format, int x_factor, int y_factor);
+
+ private:
+  hostkit::image black_like_neighbour(int frame) const;
+
+  path_pattern pattern_;
+  missing_rule rule_;
+  std::vector<int> there_;  // frames on disk
+  std::optional<std::string> loaded_;
+  bool black_ = false;
+  hostkit::image picture_, prepared_;
+  bool prepared_ready_ = false;
+};
+
+/// Feeds by input slot; empty where an input has no layer.
+using input_feeds = std::vector<std::optional<input_feed>>;
+
+/// Binds `[NAME=]IMAGE` texts to the inputs of `g`: named ones first, the rest in order. Throws
+/// command_line_error for an input that the effect does not have, or that is fed twice.
+input_feeds bind_inputs(const std::vector<std::string>& texts, const genotype& g, missing_rule rule);
+
+}  // namespace tessaron::console

@@ -1,0 +1,14 @@
+// Constant folding of one node.
+#pragma once
+
+#include "genotype/genotype.h"
+
+namespace tessaron {
+
+/// Computes the value of a constant function node into const_vals, from constant arguments.
+void set_genotype_constant_vals(node& n);
+
+/// Whether a function node's kernel is only a mark in the catalogue.
+bool is_unbuilt(const node& n);
+
+}  // namespace tessaron

@@ -1,0 +1,105 @@
+// The pixel loop: one node tree into one image, row by row, each row in segments that stay in L1.
+#pragma once
+
+#include <cstdint>
+
+#include "base/fixed.h"
+#include "genotype/genotype.h"
+
+namespace tessaron {
+
+inline constexpr int MAX_EVAL_NODES = 200;
+
+/// Rows of the expression variables of one worker, and the width of the stretch being computed.
+/// Every listed node's `vars` points at one of these; while constants are folded, at fold_rows.
+struct expression_rows {
+  std::int32_t row_width;  // samples that a kernel computes in one call; 1 while folding
+  fix* x_row[1];
+  fix* y_row[1];
+  fix* xy_rows[2];
+  fix* source_rows[4][4];
+};
+
+/// The record that `vars` holds at rest: a row width of 1, no rows.
+extern const expression_rows fold_rows;
+
+/// Where a loop's rows go: the root, sample offset of the stretch's first pixel, its width.
+using row_sink_fn = void (*)(node& root, std::int64_t offset, int width);
+
+extern node* eval_nodes_array[MAX_EVAL_NODES];
+extern std::int32_t eval_nodes_count;
+extern node* loop_root;
+extern row_sink_fn row_sink;
+extern std::int32_t into_image;
+extern std::int32_t into_dest;
+
+/// Sampling step of cached images at reduced resolution; 1 otherwise.
+extern std::int32_t cache_step;
+/// Elements that image operators need to fill: 4, or 3 while no active node carries alpha.
+extern std::int32_t max_elnum;
+/// Shift of y for the field being rendered, as a fix with 24 fraction bits >> 12.
+extern fix field_shift;
+
+/// Runs one loop through fork_processes(). A null sink writes to the dest raster when `into_dest`
+/// is set. `rebuild` 0 keeps the last eval_nodes_array.
+///
+/// A sink is called on every worker, each with rows of its own, once for each stretch of a row. What it
+/// reads of the root's arguments holds one sample for the whole stretch where uniform_args says so.
+/// A null root and one without elements are fatal.
+void eval_node_tree_pixel_loop(node* root, row_sink_fn sink, int fill_image, int rebuild);
+
+/// Fills the planes of a cached per-pixel node (the image fill sink).
+void fill_node_images(node& root);
+/// Evaluates a tree into `n_planes` planes of the view's size; elements beyond them are dropped.
+void eval_node_tree_into_planes(node& root, std::int16_t* const* planes, int n_planes);
+/// Evaluates a one-element tree into the long image. Reports and does nothing without one.
+void eval_node_tree_into_long_image(node& root);
+
+/// Where eval_node_tree_into_mipmap_toplevel() stores: interleaved samples, row 0 of the image in row 1
+/// of the buffer, `offset` samples behind each row's start.
+struct mipmap_target {
+  std::int16_t* samples;
+  std::int32_t row_stride, offset;
+};
+/// Stores a tree's samples, held to 0..8191. Reports an element count outside 1..4.
+void eval_node_tree_into_mipmap_toplevel(node& root, const mipmap_target& target);
+
+/// An image operator's per-pixel pass: evaluates all its arguments but the image, calls the row function
+/// for the node's element count (index 1 to 4) in place of its kernel and stores the rows in its planes.
+/// A missing function is fatal.
+void image_process_pixels_loop(node& n, const node_kernel (&row_functions)[5]);
+
+/// One sample of fix as it is stored in a plane: limited to +-0x7fff.
+static inline std::int16_t plane_sample(fix v) { return std::int16_t(v > 0x7ffe ? 0x7fff : v < -0x7ffe ? -0x7fff : v); }
+
+/// Samples of a stretch, for tests: 0 lets the loop choose.
+void set_stretch_override(int samples);
+
+/// x and y of a loop's first sample and their steps, with 24 fraction bits.
+struct coordinate_steps {
+  fix x_first, dx;      // x of column i is (x_first + i * dx) >> 12
+  fix y_acc_first, dy;  // y of line i is -(y_acc_first + i * dy) >> 12, rounded down
+  fix shift;            // dy * field_offset >> 12
+};
+/// Coordinates of the frame of render_info from frame column and row (in steps) on.
+coordinate_steps coordinates_from(int first_col, int first_row);
+inline fix x_of_column(const coordinate_steps& c, int i) { return wrap_add(c.x_first, wrap_mul(i, c.dx)) >> 12; }
+inline fix y_of_line(const coordinate_steps& c, int i) {
+  return wrap_neg(wrap_add(c.y_acc_first, wrap_mul(i, c.dy))) >> 12;
+}
+
+/// A coordinate noise node's cells, all marked as empty: what misc_ptr points at while its kernel runs.
+inline constexpr int NOISE_CACHE_BYTES = 2600;
+void clear_noise_cache(void* cache);
+
+/// Asks the host whether to stop: only on the main thread, at most every 200 ms. True: stop.
+int check_abort();
+/// Whether the render is to stop, without asking; safe on every thread.
+bool abort_pending();
+/// Stops the render from any thread.
+void request_abort();
+using abort_query = int (*)();
+/// The host adapter's question; null: never abort. `enabled` off makes check_abort() answer 0.
+void set_abort_query(abort_query query);
+
+}  // namespace tessaron

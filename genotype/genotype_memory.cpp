@@ -1,0 +1,187 @@
+// Allocation, growth, copies and release of the records of a definition.
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "base/report.h"
+#include "base/text.h"
+#include "genotype/genotype_reader.h"
+#include "genotype/reading.h"
+
+namespace tessaron {
+
+namespace {
+
+/// A zeroed array; memory exhausted takes the fatal exit.
+template <class T>
+T* allocate_zeroed(std::size_t count) {
+  T* block = new (std::nothrow) T[count]();
+  if (block) return block;
+  report(REPORT_ERROR, "Malloc %ld returned a null pointer.", long(count * sizeof(T)));
+  set_message("Not enough memory.");
+  report_message();
+  fatal_exit(-100);
+}
+
+void free_widgets(widget_entry* w) {
+  while (w) {
+    widget_entry* next = w->next;
+    for (const char* text : {w->param_name, w->display_name, w->widget_type, w->owner_name, w->enable_param})
+      free_text(text);
+    delete w;
+    w = next;
+  }
+}
+
+param* copy_param(const param& original) {
+  param* copy = allocate_zeroed<param>(1);
+  *copy = original;
+  copy->ref_count = 1;
+  copy->flags[0] |= PARAM0_NAME_NOT_OWNED | PARAM0_POPUP_NOT_OWNED | PARAM0_WIDGETS_NOT_OWNED;
+  for (char*& text : copy->channel_text) text = copy_text(text);
+  copy->param_node = nullptr;
+  return copy;
+}
+
+}  // namespace
+
+void set_node_capacity(genotype& g, int capacity) {
+  node* grown = allocate_zeroed<node>(std::size_t(capacity));
+  std::copy_n(g.nodes, g.n_nodes, grown);
+  delete[] g.nodes;
+  g.nodes = grown;
+  g.node_capacity = capacity;
+  set_genotype_arg_ptrs(g);
+  bind_params_to_nodes(g);
+}
+
+int add_nodes(genotype& g, int count) {
+  const int needed = g.n_nodes + count;
+  if (needed > MAX_NODES) return reject(REPORT_ERROR, "In %s: more than %d nodes.", g.name, MAX_NODES);
+  // An eighth of a large tree, so that its growth does not cost more than its reading.
+  if (needed > g.node_capacity) set_node_capacity(g, needed + std::max(NODE_GROWTH, needed / 8));
+  const int first = g.n_nodes;
+  g.n_nodes = needed;
+  return first;
+}
+
+int find_node(const genotype& g, const char* name) {
+  for (int i = 0; i < g.n_nodes; ++i)
+    if (g.nodes[i].name && same_text(g.nodes[i].name, name)) return i;
+  return -1;
+}
+
+param* add_param(genotype& g, int node_index) {
+  node& n = g.nodes[node_index];
+  if (g.n_params == MAX_PARAMS) {
+    reject(REPORT_ERROR, "In %s: more than %d parameters: '%s'.", g.name, MAX_PARAMS, n.name);
+    return nullptr;
+  }
+  param* p = allocate_zeroed<param>(1);
+  p->ptype = PTYPE_FLOAT;
+  p->name = copy_text(n.name);
+  p->nchannels = p->n_shown = 1;
+  p->ref_count = 1;
+  p->min_bound = 0;
+  p->max_bound = UNSET_MAX;
+  p->scale = 0.001f;
+  p->normalize_scale = 1.0f;
+  p->slider_min = p->fcp_min = UNSET_MIN;
+  p->slider_max = p->fcp_max = UNSET_MAX;
+  p->group = -1;
+  p->param_node = &n;
+  g.params[g.n_params++] = p;
+  n.param_index = g.n_params;
+  if (same_text(p->name, "opacity") || same_text(p->name, "input_opacity")) g.flags[2] |= GENO2_HAS_OPACITY;
+  return p;
+}
+
+void bind_params_to_nodes(genotype& g) {
+  for (int i = 0; i < g.n_params; ++i) g.params[i]->param_node = nullptr;
+  for (int i = 0; i < g.n_nodes; ++i)
+    if (node& n = g.nodes[i]; n.param_index > 0) g.params[n.param_index - 1]->param_node = &n;
+}
+
+void fill_const_vals(fix* const_vals, int count) {
+  if (count == 3)
+    const_vals[3] = FIX_ONE;
+  else
+    std::fill(const_vals + count, const_vals + 4, const_vals[count - 1]);
+}
+
+void store_param_in_node(param& p) {
+  node* n = p.param_node;
+  if (!n) return;
+  for (int e = 0; e < p.nchannels; ++e) n->const_vals[e] = fix_from_double(double(p.value[e]));
+  if (p.nchannels > 1) fill_const_vals(n->const_vals, p.nchannels);  // folding spreads a scalar
+}
+
+void set_genotype_arg_ptrs(genotype& g) {
+  for (int i = 0; i < g.n_nodes; ++i) {
+    node& n = g.nodes[i];
+    if (n.arg_number > MAX_ARG_NUMBER) {
+      report(REPORT_ERROR, "node %d", i);
+      fatal("set_genotype_arg_ptrs: uncleared node");
+    }
+    for (int e = 0; e < 4; ++e) n.rows[e] = &n.const_vals[e];
+    for (int k = 0; k < n.arg_number; ++k) {
+      if (n.arg_indices[k] <= 0) continue;
+      node& arg = g.nodes[n.arg_indices[k]];
+      n.args[k] = &arg;
+      n.arg_consts[k] = arg.const_vals;
+      n.arg_rows[k] = arg.rows;
+    }
+  }
+}
+
+void release_param(param* p) {
+  if (!p || --p->ref_count > 0) return;
+  if (!(p->flags[0] & PARAM0_NAME_NOT_OWNED)) free_text(p->name);
+  if (!(p->flags[0] & PARAM0_POPUP_NOT_OWNED))
+    for (const char* text : p->popup_entry) free_text(text);
+  if (!(p->flags[0] & PARAM0_WIDGETS_NOT_OWNED)) free_widgets(p->widgets);
+  for (const char* text : p->channel_text) free_text(text);
+  delete[] p;
+}
+
+void free_genotype(genotype* g) {
+  if (!g) return;
+  for (int i = 0; i < g->n_params; ++i) release_param(g->params[i]);
+  if (!g->shares_strings) {
+    for (int i = 0; i < g->n_nodes; ++i) free_text(g->nodes[i].name);
+    for (const char* title : g->page_names) free_text(title);
+    for (const param_group& group : g->groups) free_text(group.name);
+    free_text(g->effect_popup_name);
+  }
+  free_text(g->description);
+  delete[] g->nodes;
+  delete g;
+}
+
+genotype* copy_genotype(const genotype& g) {
+  genotype* copy = new genotype(g);
+  copy->shares_strings = 1;
+  copy->n_host_params = 0;
+  copy->host_params = nullptr;
+  copy->description = copy_text(g.description);
+  for (int i = 0; i < g.n_params; ++i) copy->params[i] = copy_param(*g.params[i]);
+  for (param_group& group : copy->groups)
+    if (group.parent) group.parent = copy->groups + (group.parent - g.groups);
+
+  copy->nodes = allocate_zeroed<node>(std::size_t(g.node_capacity));
+  std::copy_n(g.nodes, g.n_nodes, copy->nodes);
+  for (int i = 0; i < g.n_nodes; ++i) {
+    // What a render hangs on a node stays with the original.
+    node& n = copy->nodes[i];
+    std::fill(std::begin(n.images), std::end(n.images), nullptr);
+    n.vars = nullptr;
+    n.misc_ptr = nullptr;
+    n.bounds = nullptr;
+    n.node_flags &= std::uint8_t(~NODE_IMAGES_VALID);
+  }
+  set_genotype_arg_ptrs(*copy);
+  bind_params_to_nodes(*copy);
+  return copy;
+}
+
+}  // namespace tessaron

@@ -1,0 +1,53 @@
+// Source converters: a row of an input image into rows of fix.
+#include <algorithm>
+
+#include "base/report.h"
+#include "host/converters.h"
+#include "host/converters/row_converters.h"
+
+namespace tessaron {
+namespace {
+
+constexpr fix OUTSIDE_VALUE = 0;  // transparent black
+
+template <int FORMAT, bool MIX, bool LUT>
+void read_source(const raster_info& raster, int y, int x0, int x1, fix* const* planes, int n_elements, int) {
+  const int count = read_count_slot(n_elements);
+  if (count < 0) {
+    report(REPORT_ERROR, "No native->fix line conv for %s to %d", native_format_name(FORMAT).c_str(), n_elements);
+    return;
+  }
+  row_span_result span = row_span(raster, x0, x1, y);
+  if (!raster.data && span.n > 0) span = {0, x1 - x0 + 1, 0, 0};
+  fix* inside[4] = {};
+  for (int e = 0; e < n_elements; ++e) {
+    inside[e] = planes[e] + span.left;
+    std::fill_n(planes[e], span.left, OUTSIDE_VALUE);
+    std::fill_n(inside[e] + span.n, span.right, OUTSIDE_VALUE);
+  }
+  if (span.n > 0)
+    chosen_row_converters().read[host_format_slot(FORMAT)][count][MIX][LUT](raster.data + span.offset, inside, span.n);
+}
+
+template <int FORMAT>
+constexpr source_reader READERS[2][2] = {{read_source<FORMAT, false, false>, read_source<FORMAT, false, true>},
+                                         {read_source<FORMAT, true, false>, read_source<FORMAT, true, true>}};
+
+}  // namespace
+
+source_reader choose_source_reader(int format, bool mix_input, bool lut_on) {
+  switch (format) {
+    case NATIVE_RGBA8:
+      return READERS<NATIVE_RGBA8>[mix_input][lut_on];
+    case NATIVE_BGRA8:
+      return READERS<NATIVE_BGRA8>[mix_input][lut_on];
+    case NATIVE_RGBA16:
+      return READERS<NATIVE_RGBA16>[mix_input][lut_on];
+    case NATIVE_BGRA16:
+      return READERS<NATIVE_BGRA16>[mix_input][lut_on];
+  }
+  report(REPORT_ERROR, "No native->fix line conv for ptype %d = %s", format, native_format_name(format).c_str());
+  return nullptr;
+}
+
+}  // namespace tessaron

@@ -1,0 +1,63 @@
+// What all image operators begin with: their planes checked and filled.
+#include <algorithm>
+#include <cstring>
+
+#include "base/report.h"
+#include "evaluator/pixel_loop.h"
+#include "evaluator/temp_images.h"
+#include "evaluator/workers.h"
+#include "genotype/genotype.h"
+#include "operators/operators.h"
+
+namespace tessaron {
+namespace {
+
+constexpr std::int64_t FORKED_BLOCK = 1024;  // bytes from which a block is worth the workers' while
+constexpr int COPY_GRAIN = 64;               // bytes; a worker's share is a whole number of these
+
+struct {
+  char* dest;
+  const char* src;
+  std::int64_t size;
+} copy_job;
+
+void forked_copy() {
+  const int grains = int((copy_job.size + COPY_GRAIN - 1) / COPY_GRAIN);
+  int first = 0, count = 0;
+  split_rows(grains, &first, &count);
+  const std::int64_t start = std::int64_t(first) * COPY_GRAIN;
+  const std::int64_t end = std::min(copy_job.size, start + std::int64_t(count) * COPY_GRAIN);
+  if (end > start) std::memcpy(copy_job.dest + start, copy_job.src + start, std::size_t(end - start));
+}
+
+}  // namespace
+
+void check_image_planes(const node& n, int expected) {
+  const char* name = n.name ? n.name : n.fun->name;
+  if (n.image_count != expected) fatal("node %s has image_count %d, expected %d.", name, n.image_count, expected);
+  for (int i = 0; i < expected; ++i)
+    if (!n.images[i]) fatal("node %s has NULL image %d.", name, i);
+}
+
+void copy_plane(std::int16_t* dest, const std::int16_t* src) {
+  copy_job = {reinterpret_cast<char*>(dest), reinterpret_cast<const char*>(src), short_image_size};
+  if (short_image_size >= FORKED_BLOCK)
+    fork_processes(forked_copy);
+  else
+    std::memcpy(dest, src, std::size_t(short_image_size));
+}
+
+int fetch_image_arg(node& n, int arg, std::int16_t* const* dest_planes) {
+  node& image = *n.args[arg];
+  const int count = std::min<int>(image.elnum, max_elnum);
+  const bool has_planes = image.kind == KIND_FUNCTION && image.image_count > 0 && !(image.node_flags & NODE_CONSTANT);
+  if (!has_planes) {
+    eval_node_tree_into_planes(image, dest_planes, count);
+    return count;
+  }
+  for (int e = 0; e < count; ++e)
+    if (dest_planes[e] != image.images[e]) copy_plane(dest_planes[e], image.images[e]);
+  return count;
+}
+
+}  // namespace tessaron

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# What a build needs. With --all also what the sanitizer suites and the fuzzer need.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+packages=(g++ cmake ninja-build ccache libopenimageio-dev libcli11-dev nlohmann-json3-dev libgtest-dev
+          libbenchmark-dev)
+[ "${1:-}" = --all ] && packages+=(clang libclang-rt-14-dev)
+./packages.sh "${packages[@]}"

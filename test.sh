@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds and runs the tests. Usage: ./test.sh [--all]
+#
+# --all adds the suites under ASan+UBSan and TSan, and the fuzzing.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+all=${1:-}
+case "$all" in
+  '' | --all) ;;
+  *) echo "usage: ./test.sh [--all]" >&2; exit 2 ;;
+esac
+jobs=$(nproc)
+
+scripts/build_packages.sh "$all"
+
+build() {  # PRESET [TARGETS...]: all targets where none is named
+  local preset=$1
+  shift
+  echo "== $preset: configure and build"
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset" ${1:+--target "$@"}
+}
+
+check() {  # PRESET [ctest options...]
+  local preset=$1
+  shift
+  echo "== $preset: tests"
+  ctest --test-dir "build/$preset" --output-on-failure -j "$jobs" "$@"
+}
+
+if [ "$all" = --all ]; then
+  export ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:allocator_may_return_null=1
+  export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+  export TSAN_OPTIONS=halt_on_error=1
+  build asan
+  check asan
+  # What the workers touch: the evaluator and everything that renders.
+  build tsan test_evaluator test_workers test_render test_hostkit test_host
+  check tsan -R '^(evaluator|workers|render|hostkit|host)\.'
+  scripts/fuzz.sh
+fi
+build release
+check release

@@ -1,0 +1,53 @@
+// A folder of its own for each test, as the configuration directory.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "genotype/text_reader.h"
+#include "host/configuration.h"
+#include "host/host_state.h"
+#include "installer/custom_listing.h"
+#include "support/report_capture.h"
+
+namespace tessaron::testing {
+
+class ConfigFolder : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder = std::filesystem::path(::testing::TempDir()) / ("tessaron_config_" + std::to_string(getpid()));
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder);
+    setenv("TESSARON_CONFIG_DIR", folder.c_str(), 1);
+    forget();
+  }
+  void TearDown() override {
+    unsetenv("TESSARON_CONFIG_DIR");
+    forget();
+    set_pixel_aspect_ratio(1);
+    std::filesystem::remove_all(folder);
+    EXPECT_EQ(open_file_count, 0) << "a file was left open";
+    EXPECT_EQ(reading_from_file_ptr, nullptr);
+  }
+  static void forget() {
+    reset_custom_listing();
+    reset_config();
+    reset_reader();
+    host_state.use_dials = false;
+    host_state.host_app = HOST_UNDETECTED;
+  }
+  std::string write(const char* name, const std::string& text) {
+    const std::filesystem::path path = folder / name;
+    std::ofstream(path, std::ios::binary) << text;
+    return path.string();
+  }
+
+  std::filesystem::path folder;
+  report_capture reports;
+};
+
+}  // namespace tessaron::testing
