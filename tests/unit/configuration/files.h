@@ -13,15 +13,13 @@
 #include "host/host_state.h"
 #include "installer/custom_listing.h"
 #include "support/report_capture.h"
+#include "support/scratch_folder.h"
 
 namespace tessaron::testing {
 
 class ConfigFolder : public ::testing::Test {
  protected:
   void SetUp() override {
-    folder = std::filesystem::path(::testing::TempDir()) / ("tessaron_config_" + std::to_string(getpid()));
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directories(folder);
     setenv("TESSARON_CONFIG_DIR", folder.c_str(), 1);
     forget();
   }
@@ -29,7 +27,6 @@ class ConfigFolder : public ::testing::Test {
     unsetenv("TESSARON_CONFIG_DIR");
     forget();
     set_pixel_aspect_ratio(1);
-    std::filesystem::remove_all(folder);
     EXPECT_EQ(open_file_count, 0) << "a file was left open";
     EXPECT_EQ(reading_from_file_ptr, nullptr);
   }
@@ -46,7 +43,8 @@ class ConfigFolder : public ::testing::Test {
     return path.string();
   }
 
-  std::filesystem::path folder;
+  scratch_folder scratch;
+  std::filesystem::path folder = scratch.path();
   report_capture reports;
 };
 

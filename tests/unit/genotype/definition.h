@@ -1,7 +1,6 @@
 // Helpers of the definition tests: a definition read from a text, and its nodes by name.
 #pragma once
 
-#include <fstream>
 #include <memory>
 #include <string>
 
@@ -12,6 +11,7 @@
 #include "genotype/globals.h"
 #include "genotype/text_reader.h"
 #include "support/report_capture.h"
+#include "support/scratch_folder.h"
 
 namespace tessaron::testing {
 
@@ -39,21 +39,14 @@ inline const node* node_named(const genotype& g, const std::string& name) {
   return nullptr;
 }
 
-/// A file in the test's own directory, removed at the end.
+/// A file in a folder of its own, removed at the end.
 class temporary_file {
  public:
-  explicit temporary_file(const std::string& content)
-      : path_(::testing::TempDir() + "definitions_" + std::to_string(++made()) + ".text") {
-    std::ofstream(path_, std::ios::binary) << content;
-  }
-  ~temporary_file() { std::remove(path_.c_str()); }
+  explicit temporary_file(const std::string& content) : path_(folder_.write("definitions.text", content)) {}
   const char* path() const { return path_.c_str(); }
 
  private:
-  static int& made() {
-    static int count = 0;
-    return count;
-  }
+  scratch_folder folder_;
   std::string path_;
 };
 

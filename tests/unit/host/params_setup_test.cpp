@@ -1,8 +1,6 @@
 // Params setup: what a plug-in loads, what the host is told, custom plug-ins, faults on the way.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +11,7 @@
 #include "host/host_state.h"
 #include "installer/custom_listing.h"
 #include "support/fake_host.h"
+#include "support/scratch_folder.h"
 
 namespace tessaron {
 namespace {
@@ -272,10 +271,9 @@ TEST_F(params_setup_command, combustions_suite_is_held_while_a_plugin_lives) {
 // --- custom plug-ins -----------------------------------------------------------------------------------
 
 struct custom_plugins : params_setup_command {
-  std::filesystem::path folder;
+  scratch_folder scratch;
+  std::filesystem::path folder = scratch.path();
   void SetUp() override {
-    folder = std::filesystem::temp_directory_path() / ("tessaron_customs_" + std::to_string(::getpid()));
-    std::filesystem::create_directories(folder);
     std::ofstream(folder / "t_config.text") << "multi_process_enable: 1\nforce_pixel_aspect_ratio: 0\n"
                                                "(define First_One (Source) dest = Source)\n"
                                                "(define Second_One (Source Matte) dest = (* Source Matte))\n";
@@ -284,7 +282,6 @@ struct custom_plugins : params_setup_command {
     reset_config();
   }
   void TearDown() override {
-    std::filesystem::remove_all(folder);
     ::unsetenv("TESSARON_CONFIG_DIR");
     reset_custom_listing();
     reset_config();

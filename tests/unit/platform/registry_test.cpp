@@ -7,6 +7,7 @@
 
 #include "base/report.h"
 #include "platform/platform.h"
+#include "support/scratch_folder.h"
 
 namespace tessaron::platform {
 namespace {
@@ -17,13 +18,10 @@ constexpr const char* KEY = "Software\\Holvane\\Tessaron AE\\1.10";
 class Registry : public ::testing::Test {
  protected:
   void SetUp() override {
-    root = fs::path(::testing::TempDir()) / ("registry_" + std::to_string(getpid()));
-    fs::remove_all(root);
     setenv("XDG_CONFIG_HOME", (root / "user").c_str(), 1);
     setenv("XDG_CONFIG_DIRS", ((root / "first").string() + ":" + (root / "second").string()).c_str(), 1);
     unsetenv("TESSARON_CONFIG_DIR");
   }
-  void TearDown() override { fs::remove_all(root); }
 
   void write(const char* store, const std::string& text) {
     const fs::path file = root / store / "tessaron/registry";
@@ -41,7 +39,8 @@ class Registry : public ::testing::Test {
     return read_registry_text(where, KEY, "ConfigDir", out) ? out : "missing";
   }
 
-  fs::path root;
+  testing::scratch_folder scratch;
+  fs::path root = scratch.path();
 };
 
 TEST_F(Registry, a_missing_key_or_value_is_told) {
@@ -159,14 +158,12 @@ TEST_F(Notices, debug_output_is_heard_when_the_environment_asks) {
 }
 
 TEST_F(Notices, documents_that_cannot_be_opened_give_the_shells_numbers) {
-  const fs::path page = fs::path(::testing::TempDir()) / "tessaron_page.html";
-  fs::remove(page);
+  const fs::path page = root / "page.html";
   EXPECT_EQ(open_document(page.string(), "/"), 2);
   EXPECT_EQ(open_document("file://" + page.string(), "/"), 2);
   EXPECT_EQ(open_document("/no/such/folder/page.html", "/"), 3);
   std::ofstream(page) << "x";
   EXPECT_EQ(open_document("file://" + page.string(), "/"), 31) << "no desktop, no application";
-  fs::remove(page);
 }
 
 }  // namespace
