@@ -17,7 +17,7 @@ fi
 
 echo "Building"
 cmake --preset release >/dev/null
-cmake --build --preset release --target tessaron tessaron_engine install_custom_plugins custom_template
+cmake --build --preset release --target tessaron tessaron_engine install_custom_plugins custom_template effect_pages
 cmake --install build/release --prefix "$PWD/build/stage" --component runtime >/dev/null
 tessaron=build/stage/bin/tessaron
 

@@ -11,8 +11,10 @@ install(TARGETS tessaron_engine EXPORT tessaronTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY include/tessaron DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
-install(FILES config/t_config.text DESTINATION ${config_dir} COMPONENT runtime)
-install(DIRECTORY effects DESTINATION ${config_dir} COMPONENT runtime FILES_MATCHING PATTERN "*.text")
+file(GLOB config_files CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/config/*.text)
+install(FILES ${config_files} DESTINATION ${config_dir} COMPONENT runtime)
+file(GLOB effect_files CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/effects/*.text)
+install(FILES ${effect_files} DESTINATION ${config_dir}/effects COMPONENT runtime)
 file(GLOB man_pages CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/docs/man/*.1)
 install(FILES ${man_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
 install(FILES README.md CHANGELOG.md docs/language.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)

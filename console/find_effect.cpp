@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 
 #include "console/errors.h"
 #include "console/names.h"
 #include "console/plugin_file.h"
+#include "console/stock_folder.h"
 
 namespace tessaron::console {
 namespace fs = std::filesystem;
@@ -28,14 +30,28 @@ std::vector<std::string> definition_files(const std::string& folder) {
   return paths;
 }
 
+/// A configuration directory of the user's own need not repeat the stock effects.
+std::string stock_effects(const std::string& config_dir) {
+  std::error_code ignored;
+  const std::string own = config_dir + "/effects", stock = stock_folder();
+  return stock.empty() || fs::is_directory(own, ignored) ? own : stock + "/effects";
+}
+
 }  // namespace
 
 void use_config_dir(const effect_place& place) {
-  if (place.config_dir.empty()) return;
   std::error_code ignored;
-  if (!fs::is_directory(place.config_dir, ignored))
-    throw work_error("--config-dir " + place.config_dir + ": is not a directory");
-  inspect_use_config_dir(fs::absolute(place.config_dir).string());
+  if (!place.config_dir.empty()) {
+    if (!fs::is_directory(place.config_dir, ignored))
+      throw work_error("--config-dir " + place.config_dir + ": is not a directory");
+    inspect_use_config_dir(fs::absolute(place.config_dir).string());
+    return;
+  }
+  // A directory that the environment names was asked for: that it is missing is for the user to hear. The stored
+  // one goes stale when an installation is moved or removed.
+  const char* asked = std::getenv("TESSARON_CONFIG_DIR");
+  if ((asked && *asked) || fs::is_directory(inspect_config_dir(), ignored)) return;
+  if (const std::string stock = stock_folder(); !stock.empty()) inspect_use_config_dir(stock);
 }
 
 std::vector<found_effect> all_effects(const effect_place& place) {
@@ -54,26 +70,30 @@ std::vector<found_effect> all_effects(const effect_place& place) {
   if (!fs::is_directory(folder, ignored))
     throw work_error("there is no configuration directory " + folder +
                      "; name one with --config-dir or TESSARON_CONFIG_DIR, or a definitions file with --defs");
-  for (const std::string& path : definition_files(folder + "/effects")) add_file(path, "stock", effects);
+  for (const std::string& path : definition_files(stock_effects(folder))) add_file(path, "stock", effects);
   const std::string customs = folder + "/t_config.text";
   if (fs::exists(customs, ignored)) add_file(customs, "custom", effects);
   return effects;
 }
 
 found_effect find_effect(const effect_place& place, const std::string& name) {
-  std::vector<found_effect> effects = all_effects(place);
-  if (name.empty()) {
-    if (!place.plugin_file.empty() && !effects.empty()) return std::move(effects.front());
-    throw command_line_error("which effect? EFFECT is missing");
-  }
+  return std::move(find_variants(place, name).front());
+}
+
+std::vector<found_effect> find_variants(const effect_place& place, const std::string& name) {
+  std::vector<found_effect> effects = all_effects(place), variants;
+  const bool plugin = !place.plugin_file.empty();
+  if (name.empty() && !plugin) throw command_line_error("which effect? EFFECT is missing");
+  const std::string wanted = name.empty() ? effects.front().definition.name : name;
   std::vector<std::string> names;
   for (found_effect& effect : effects) {
-    if (same_name(name, effect.definition.name)) return std::move(effect);
     names.push_back(effect.definition.name);
+    if (same_name(wanted, names.back()) && (variants.empty() || plugin)) variants.push_back(std::move(effect));
   }
-  const std::string where = !place.defs_file.empty()     ? place.defs_file
-                            : !place.plugin_file.empty() ? place.plugin_file
-                                                         : inspect_config_dir();
+  if (!variants.empty()) return variants;
+  const std::string where = !place.defs_file.empty() ? place.defs_file
+                            : plugin                 ? place.plugin_file
+                                                     : inspect_config_dir();
   throw command_line_error("no effect named '" + name + "' in " + where + "." + suggestion(name, names));
 }
 

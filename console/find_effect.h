@@ -22,7 +22,8 @@ struct found_effect {
   std::string origin;
 };
 
-/// Makes --config-dir known to the engine; before anything is looked up.
+/// Makes --config-dir known to the engine, or the folder that comes with the program where no directory is
+/// configured that is there; before anything is looked up.
 void use_config_dir(const effect_place& place);
 
 /// All effects of the place, in the order in which they are looked for. Throws work_error when a file
@@ -31,6 +32,8 @@ std::vector<found_effect> all_effects(const effect_place& place);
 
 /// The first effect of that name, token or shown form. Throws command_line_error with near names.
 found_effect find_effect(const effect_place& place, const std::string& name);
+/// The same; of a plug-in all that it offers under the name, variants for other inputs. Never empty.
+std::vector<found_effect> find_variants(const effect_place& place, const std::string& name);
 
 struct genotype_deleter {
   void operator()(genotype* g) const { free_inspected(g); }

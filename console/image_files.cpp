@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "console/deep_pnm.h"
 #include "console/errors.h"
 #include "console/output_file.h"
 #include "console/pixels.h"
@@ -111,6 +112,7 @@ image read_image_file(const std::string& path) {
   if (std::filesystem::is_directory(path, ignored)) cannot_read(path, "is a directory");
   if (!std::filesystem::exists(path, ignored)) cannot_read(path, "no such file");
   try {
+    if (std::optional<image> picture = read_deep_pnm(path)) return std::move(*picture);
     OIIO::ImageSpec as_stored;
     as_stored.attribute("oiio:UnassociatedAlpha", 1);
     auto in = OIIO::ImageInput::open(path, &as_stored);
@@ -145,6 +147,10 @@ void write_image_file(const std::string& path, const image& from) {
     const image picture = convert(from, is_deep(from.format) ? pixel_format::bgra16 : pixel_format::rgba8);
     auto out = OIIO::ImageOutput::create(path);
     if (!out) cannot_write(path, OIIO::geterror());
+    if (is_deep(picture.format) && std::string(out->format_name()) == "pnm") {
+      const std::string bytes = deep_pnm_bytes(picture);
+      return write_whole_file(path, bytes.data(), bytes.size());
+    }
     const bool float_file = std::string(out->format_name()) == "openexr";
     const OIIO::TypeDesc type = float_file                ? OIIO::TypeDesc::FLOAT
                                 : is_deep(picture.format) ? OIIO::TypeDesc::UINT16

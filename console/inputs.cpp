@@ -75,7 +75,7 @@ const hostkit::image& input_feed::prepared(hostkit::pixel_format format, int x_f
   return prepared_;
 }
 
-input_feeds bind_inputs(const std::vector<std::string>& texts, const genotype& g, missing_rule rule) {
+std::vector<std::optional<std::string>> input_paths(const std::vector<std::string>& texts, const genotype& g) {
   const std::vector<std::string> names = input_names(g);
   const std::string has = names.empty() ? "; it has none" : "; it has " + joined(names);
   std::vector<std::optional<std::string>> paths(names.size());
@@ -102,11 +102,16 @@ input_feeds bind_inputs(const std::vector<std::string>& texts, const genotype& g
       throw command_line_error("-i " + text + ": more images than " + g.name + " has inputs" + has);
     *free_slot = text;
   }
-  input_feeds feeds(names.size());
-  for (std::size_t i = 0; i < paths.size(); ++i) {
-    if (!paths[i]) continue;
-    if (paths[i]->empty()) throw command_line_error("-i " + names[i] + "=: the image's name is missing");
-    feeds[i].emplace(*paths[i], rule);
+  for (std::size_t i = 0; i < paths.size(); ++i)
+    if (paths[i] && paths[i]->empty()) throw command_line_error("-i " + names[i] + "=: the image's name is missing");
+  return paths;
+}
+
+input_feeds bind_inputs(const std::vector<std::string>& texts, const genotype& g, missing_rule rule) {
+  input_feeds feeds;
+  for (const std::optional<std::string>& path : input_paths(texts, g)) {
+    feeds.emplace_back();
+    if (path) feeds.back().emplace(*path, rule);
   }
   return feeds;
 }

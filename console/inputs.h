@@ -43,8 +43,10 @@ class input_feed {
 /// Feeds by input slot; empty where an input has no layer.
 using input_feeds = std::vector<std::optional<input_feed>>;
 
-/// Binds `[NAME=]IMAGE` texts to the inputs of `g`: named ones first, the rest in order. Throws
-/// command_line_error for an input that the effect does not have, or that is fed twice.
+/// Paths of `[NAME=]IMAGE` texts by input of `g`: named ones first, the rest in order. Throws command_line_error
+/// for an input that the effect does not have, or that is fed twice.
+std::vector<std::optional<std::string>> input_paths(const std::vector<std::string>& texts, const genotype& g);
+/// The images behind them. Throws work_error besides, for a sequence of which nothing is there.
 input_feeds bind_inputs(const std::vector<std::string>& texts, const genotype& g, missing_rule rule);
 
 }  // namespace tessaron::console

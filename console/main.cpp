@@ -5,6 +5,7 @@
 #include <functional>
 #include <new>
 
+#include "console/about_command.h"
 #include "console/errors.h"
 #include "console/image_files.h"
 #include "console/look_commands.h"
@@ -107,8 +108,18 @@ void add_looks(CLI::App& app, look_options& o) {
   functions.add_flag("--json", o.json, "Print JSON");
 }
 
-int run_verb(const std::string& verb, const render_options& render, const look_options& look) {
+void add_about(CLI::App& app, about_options& o) {
+  CLI::App& about = *app.add_subcommand("about", "Show the help window of an effect, or its text without a desktop");
+  about.add_option("EFFECT", o.effect, "Name of the effect");
+  add_place(about, o.place);
+  add_config_dir(about, o.place);
+  about.add_flag("--help-page", o.help_page, "Open the effect's page of the documentation at once");
+}
+
+int run_verb(const std::string& verb, const render_options& render, const look_options& look,
+             const about_options& about) {
   if (verb == "render") return render_command(render);
+  if (verb == "about") return about_command(about);
   if (verb == "list") return list_command(look);
   if (verb == "info") return info_command(look);
   if (verb == "plan") return plan_command(look);
@@ -126,10 +137,12 @@ int run(int argc, char** argv) {
   CLI::App app("Renders image effects from text definitions", "tessaron");
   render_options render;
   look_options look;
+  about_options about;
   app.set_version_flag("--version", version_text, "Print the version and stop");
   app.require_subcommand(1);
   add_render(app, render);
   add_looks(app, look);
+  add_about(app, about);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& fault) {
@@ -138,7 +151,7 @@ int run(int argc, char** argv) {
   }
   const CLI::App* verb = app.get_subcommands().front();
   try {
-    return run_verb(verb->get_name(), render, look);
+    return run_verb(verb->get_name(), render, look, about);
   } catch (const command_line_error& fault) {
     const int status = fail(fault.what(), EXIT_COMMAND_LINE);
     std::fprintf(stderr, "Run tessaron %s --help for the options.\n", verb->get_name().c_str());

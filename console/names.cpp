@@ -13,6 +13,19 @@ std::string lower_token(const std::string& text) {
   return out;
 }
 
+/// What is left of a name when a host shows it, in small letters.
+std::string reduced_name(const std::string& text) {
+  std::string out;
+  for (unsigned char c : text) {
+    if (c == '_' || c == ' ')
+      out += out.empty() || out.back() != ' ' ? " " : "";
+    else if (c < 0x80 && std::isprint(c))
+      out += char(std::tolower(c));
+  }
+  if (!out.empty() && out.back() == ' ') out.pop_back();
+  return out;
+}
+
 }  // namespace
 
 std::string shown_form(const std::string& token) {
@@ -23,6 +36,10 @@ std::string shown_form(const std::string& token) {
 
 bool same_name(const std::string& typed, const std::string& token) {
   return typed == token || shown_form(typed) == shown_form(token);
+}
+
+bool is_shown_as(const std::string& token, const std::string& shown) {
+  return reduced_name(token) == reduced_name(shown);
 }
 
 int edit_distance(const std::string& a_in, const std::string& b_in) {

@@ -12,6 +12,9 @@ std::string shown_form(const std::string& token);
 /// Whether `typed` is the token or its shown form.
 bool same_name(const std::string& typed, const std::string& token);
 
+/// Whether a host shows the token as `shown`: capitals apart, runs of `_` and blanks as one blank, ASCII alone.
+bool is_shown_as(const std::string& token, const std::string& shown);
+
 /// Number of single-character edits between two texts, upper and lower case alike.
 int edit_distance(const std::string& a, const std::string& b);
 

@@ -1,55 +1,46 @@
 #include "console/plugin_file.h"
 
-#include <dlfcn.h>
-
-#include <filesystem>
+#include <cstring>
 
 #include "console/errors.h"
+#include "installer/name_placeholder.h"
 
 namespace tessaron::console {
-namespace {
 
-/// What a plug-in file exports: a function without arguments that gives its descriptor.
-constexpr const char* DESCRIPTOR_SYMBOL = "tessaron_plugin_descriptor";
-using descriptor_fn = const tessaron_plugin* (*)();
-
-}  // namespace
-
-plugin_file::plugin_file(const std::string& path) : path_(path) {
-  const auto refuse = [&](const std::string& why) { throw work_error("--plugin " + path + ": " + why); };
-  std::error_code ignored;
-  if (!std::filesystem::exists(path, ignored)) refuse("no such file");
-  // A name without a slash would be looked for among the system's libraries.
-  library_.reset(dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL));
-  if (!library_) refuse(std::string("is not a plug-in (") + dlerror() + ")");
-  const auto descriptor = reinterpret_cast<descriptor_fn>(dlsym(library_.get(), DESCRIPTOR_SYMBOL));
-  if (!descriptor) refuse(std::string("is not a plug-in: it does not export ") + DESCRIPTOR_SYMBOL);
-  descriptor_ = descriptor();
-  if (!descriptor_ || !descriptor_->plugin_name) refuse("gives no descriptor");
+bool plugin_file::takes_customs_in_order() const {
+  const tessaron_plugin& plugin = descriptor();
+  return plugin.is_custom && plugin.plugin_name && !std::strcmp(plugin.plugin_name, installer::NAME_PLACEHOLDER);
 }
 
-void plugin_file::library_closer::operator()(void* library) const { dlclose(library); }
-
-tessaron_main_fn plugin_file::entry() const { return &tessaron_main; }
-
 std::vector<definition_text> plugin_file::definitions() const {
-  std::vector<definition_text> found;
-  if (!descriptor_->is_custom) {
-    for (const char* const* text = descriptor_->effect_names; text && *text; ++text)
-      scan_definition_text(*text, path_, found);
-    return found;
-  }
+  if (!descriptor().is_custom) return own_definitions();
+  const std::string file = inspect_config_dir() + "/t_config.text";
   std::vector<definition_text> customs;
   std::string error;
-  if (!scan_definitions(inspect_config_dir() + "/t_config.text", customs, error))
-    throw work_error("cannot read " + error);
+  if (!scan_definitions(file, customs, error)) throw work_error("cannot read " + error);
+  if (takes_customs_in_order()) {
+    if (customs.empty()) throw work_error(path_ + ": there is no custom effect in " + file);
+    return customs;
+  }
+  const std::string name = descriptor().plugin_name ? descriptor().plugin_name : "";
   for (definition_text& definition : customs)
-    if (definition.name == descriptor_->plugin_name) {
-      found.push_back(std::move(definition));
-      return found;
-    }
-  throw work_error(path_ + ": its effect " + descriptor_->plugin_name + " is not in " + inspect_config_dir() +
-                   "/t_config.text");
+    if (definition.name == name) return {std::move(definition)};
+  throw work_error(path_ + ": its effect '" + name + "' is not in " + file);
+}
+
+/// The first definition of each text with its suffix, as the engine reads them.
+std::vector<definition_text> plugin_file::own_definitions() const {
+  const tessaron_plugin& plugin = descriptor();
+  std::vector<definition_text> found;
+  for (int i = 0; i < plugin.n_effects && plugin.effect_names && plugin.effect_names[i]; ++i) {
+    std::string text = plugin.effect_names[i];
+    if (plugin.effect_suffixes && plugin.effect_suffixes[i]) text += plugin.effect_suffixes[i];
+    std::vector<definition_text> of_text;
+    scan_definition_text(text, path_, of_text);
+    if (!of_text.empty()) found.push_back(std::move(of_text.front()));
+  }
+  if (found.empty()) throw work_error(path_ + ": offers no effect");
+  return found;
 }
 
 }  // namespace tessaron::console

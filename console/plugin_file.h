@@ -1,32 +1,33 @@
-// An installed plug-in file: a shared object that hands the engine a descriptor.
+// An installed plug-in file and what it offers.
 #pragma once
 
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "host/inspect.h"
-#include "tessaron/host_interface.h"
+#include "hostkit/plugin_library.h"
 
 namespace tessaron::console {
 
-/// A loaded plug-in; unloaded when it leaves its scope. Throws work_error for a file that is none.
+/// A loaded plug-in; unloaded when it leaves its scope. Throws host_error for a file that is none.
 class plugin_file {
  public:
-  explicit plugin_file(const std::string& path);
+  explicit plugin_file(const std::string& path) : path_(path), library_(path) {}
 
-  tessaron_main_fn entry() const;
-  const tessaron_plugin& descriptor() const { return *descriptor_; }
-  /// What it offers: its own texts, or for a custom plug-in the definition of its name.
+  /// The plug-in's own entry, whatever engine stands behind it.
+  tessaron_main_fn entry() const { return library_.entry(); }
+  const tessaron_plugin& descriptor() const { return library_.descriptor(); }
+  /// Whether it is an unstamped copy of the template: each one that is loaded takes the next custom effect.
+  bool takes_customs_in_order() const;
+  /// What it offers: its own texts, the custom effect of its name, or all custom effects where it takes them in
+  /// their order. Throws work_error when there is none.
   std::vector<definition_text> definitions() const;
 
  private:
-  struct library_closer {
-    void operator()(void* library) const;
-  };
+  std::vector<definition_text> own_definitions() const;
+
   std::string path_;
-  std::unique_ptr<void, library_closer> library_;
-  const tessaron_plugin* descriptor_ = nullptr;
+  hostkit::plugin_library library_;
 };
 
 }  // namespace tessaron::console

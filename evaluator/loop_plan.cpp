@@ -11,6 +11,7 @@
 namespace tessaron {
 
 std::int32_t cache_step = 1;
+cache_view_record cache_view;
 fix field_shift;
 
 namespace {

@@ -75,6 +75,5 @@ void clear_loop_write_failed();
 extern node_kernel root_row_function;
 /// Unlike the sinks of other loops, the mipmap's counts positions in the mipmap's buffer.
 extern bool into_mipmap;
-extern mipmap_target current_mipmap;
 
 }  // namespace tessaron

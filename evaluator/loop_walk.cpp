@@ -7,6 +7,7 @@
 #include "evaluator/loop_plan.h"
 #include "evaluator/plan.h"
 #include "evaluator/workers.h"
+#include "genotype/genotype_reader.h"
 #include "genotype/globals.h"
 
 namespace tessaron {
@@ -149,7 +150,8 @@ class line_walk {
                             ((r.first_col + col) * r.step - temp_raster_info.x0) / r.step;
     for (int i = 0; i < eval_nodes_count; ++i) {
       if (plan_.listed[i].uniform || (i == plan_.root_index && !plan_.runs_root)) continue;
-      copies_[i].pixel_index = pixel_index;
+      copies_[i].pixel_index =
+          cache_step > 1 && copies_[i].row_kernel == read_cached_row_stepped ? cache_index(row, col) : pixel_index;
       copies_[i].row_kernel(copies_[i]);
     }
     root_->pixel_index = pixel_index;
@@ -157,6 +159,17 @@ class line_walk {
       plan_.sink(*root_, sink_offset(row, col), width);
     else
       write_output(row, col, width);
+  }
+
+  // A pixel at reduced resolution stands for cache_step x cache_step of the cached images' pixels; it reads the one in
+  // their middle, or where the image ends before it the last column and row.
+  static int middle_of_step(int steps_down, int size) {
+    const int last_step = (size - 1) / cache_step * cache_step;
+    return std::min(steps_down * cache_step, last_step) + std::min(cache_step >> 1, size - 1 - last_step);
+  }
+  int cache_index(int row, int col) const {
+    return middle_of_step(row - plan_.rect.first_row, cache_view.height) * cache_view.width +
+           middle_of_step(col, cache_view.width);
   }
 
   std::int64_t sink_offset(int row, int col) const {
@@ -174,19 +187,23 @@ class line_walk {
     const loop_rectangle& r = plan_.rect;
     const int elnum = plan_.source_elnum[s];
     const source_reader read = pixel_io.read_source[s];
-    const int x0 = (r.first_col + col) * r.step;
     if (!read) {
       for (int e = 0; e < elnum; ++e) std::fill_n(rows[e], width, 0);
       return;
     }
-    if (r.step == 1) {
+    const int step = r.step * cache_step;
+    const int x0 = (r.first_col + col) * r.step;
+    if (step == 1) {
       read(source_raster_info[s], row, x0, x0 + width - 1, rows, elnum, s);
       return;
     }
+    const bool reduced = cache_step > 1;
+    const int y = reduced ? cache_view.y0 + middle_of_step(row - r.first_row, cache_view.height) : row * r.step;
+    const int first = reduced ? cache_view.x0 + middle_of_step(col, cache_view.width) : x0;
     for (int i = 0; i < width; ++i) {
       fix* sample[4];
       for (int e = 0; e < elnum; ++e) sample[e] = rows[e] + i;
-      read(source_raster_info[s], row * r.step, x0 + i * r.step, x0 + i * r.step, sample, elnum, s);
+      read(source_raster_info[s], y, first + i * step, first + i * step, sample, elnum, s);
     }
   }
 

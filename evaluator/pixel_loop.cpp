@@ -148,22 +148,23 @@ void eval_node_tree_into_long_image(node& root) {
   eval_node_tree_pixel_loop(&root, long_sink, 0, 1);
 }
 
-void eval_node_tree_into_mipmap_toplevel(node& root, const mipmap_target& target) {
-  constexpr row_sink_fn SINKS[] = {mipmap_sink<1>, mipmap_sink<2>, mipmap_sink<3>, mipmap_sink<4>};
+void eval_node_tree_into_mipmap_toplevel(node& root, const mipmap_target& target, const mipmap_sinks* sinks) {
+  constexpr mipmap_sinks PLAIN = {nullptr, mipmap_sink<1>, mipmap_sink<2>, mipmap_sink<3>, mipmap_sink<4>};
   if (root.elnum < 1 || root.elnum > 4) {
     report(REPORT_WARNING, "eval_node_tree_into_mipmap_toplevel: unsupported elnum %d \n", root.elnum);
     return;
   }
   current_mipmap = target;
   const scoped_value mark(into_mipmap, true);
-  eval_node_tree_pixel_loop(&root, SINKS[root.elnum - 1], 0, 1);
+  eval_node_tree_pixel_loop(&root, (sinks ? *sinks : PLAIN)[root.elnum], 0, 1);
 }
 
-void image_process_pixels_loop(node& n, const node_kernel (&row_functions)[5]) {
+void image_process_pixels_loop(node& n, const node_kernel (&row_functions)[5], row_sink_fn store) {
   if (n.elnum < 1 || n.elnum > 4 || !row_functions[n.elnum])
     fatal("image_process_pixels_loop: no fun for elnum %d.", n.elnum);
   const scoped_value function(root_row_function, row_functions[n.elnum]);
-  fill_image_planes(n, n.images, std::min<int>(n.elnum, max_elnum), 1);
+  fill_planes = {n.images, std::size_t(std::min<int>(n.elnum, max_elnum))};
+  eval_node_tree_pixel_loop(&n, store ? store : fill_sink, 1, 1);
 }
 
 }  // namespace tessaron

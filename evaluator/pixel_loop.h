@@ -33,8 +33,13 @@ extern row_sink_fn row_sink;
 extern std::int32_t into_image;
 extern std::int32_t into_dest;
 
-/// Sampling step of cached images at reduced resolution; 1 otherwise.
+/// Sampling step of cached images and of sources at reduced resolution; 1 otherwise.
 extern std::int32_t cache_step;
+/// The view of the cached images while cache_step is above 1: the loop's own is 1 / cache_step of it.
+struct cache_view_record {
+  std::int32_t x0, y0, width, height;
+};
+extern cache_view_record cache_view;
 /// Elements that image operators need to fill: 4, or 3 while no active node carries alpha.
 extern std::int32_t max_elnum;
 /// Shift of y for the field being rendered, as a fix with 24 fraction bits >> 12.
@@ -61,13 +66,16 @@ struct mipmap_target {
   std::int16_t* samples;
   std::int32_t row_stride, offset;
 };
-/// Stores a tree's samples, held to 0..8191. Reports an element count outside 1..4.
-void eval_node_tree_into_mipmap_toplevel(node& root, const mipmap_target& target);
+extern mipmap_target current_mipmap;
+/// Sinks by element count (index 1 to 4) that store a stretch at current_mipmap, held to 0..8191.
+using mipmap_sinks = row_sink_fn[5];
+/// Stores a tree's samples, held to 0..8191. Reports an element count outside 1..4. Null `sinks`: the plain ones.
+void eval_node_tree_into_mipmap_toplevel(node& root, const mipmap_target& target, const mipmap_sinks* sinks = nullptr);
 
 /// An image operator's per-pixel pass: evaluates all its arguments but the image, calls the row function
-/// for the node's element count (index 1 to 4) in place of its kernel and stores the rows in its planes.
-/// A missing function is fatal.
-void image_process_pixels_loop(node& n, const node_kernel (&row_functions)[5]);
+/// for the node's element count (index 1 to 4) in place of its kernel and stores the rows in its planes, by a sink of
+/// the operator's own where it has one. A missing function is fatal.
+void image_process_pixels_loop(node& n, const node_kernel (&row_functions)[5], row_sink_fn store = nullptr);
 
 /// One sample of fix as it is stored in a plane: limited to +-0x7fff.
 static inline std::int16_t plane_sample(fix v) { return std::int16_t(v > 0x7ffe ? 0x7fff : v < -0x7ffe ? -0x7fff : v); }
@@ -83,8 +91,8 @@ struct coordinate_steps {
 };
 /// Coordinates of the frame of render_info from frame column and row (in steps) on.
 coordinate_steps coordinates_from(int first_col, int first_row);
-inline fix x_of_column(const coordinate_steps& c, int i) { return wrap_add(c.x_first, wrap_mul(i, c.dx)) >> 12; }
-inline fix y_of_line(const coordinate_steps& c, int i) {
+static inline fix x_of_column(const coordinate_steps& c, int i) { return wrap_add(c.x_first, wrap_mul(i, c.dx)) >> 12; }
+static inline fix y_of_line(const coordinate_steps& c, int i) {
   return wrap_neg(wrap_add(c.y_acc_first, wrap_mul(i, c.dy))) >> 12;
 }
 
@@ -99,7 +107,10 @@ bool abort_pending();
 /// Stops the render from any thread.
 void request_abort();
 using abort_query = int (*)();
-/// The host adapter's question; null: never abort. `enabled` off makes check_abort() answer 0.
+/// The host adapter's question; null: never abort. Asked anew at the next check_abort().
 void set_abort_query(abort_query query);
+/// Milliseconds that stand in for the system's ticks between two questions, for tests; null: the system's.
+using abort_clock = std::int64_t (*)();
+void set_abort_clock(abort_clock clock);
 
 }  // namespace tessaron

@@ -124,7 +124,8 @@ bool is_listed(const node& n) {
 }
 
 node_kernel kernel_in_loop(const node& n, bool filling_root) {
-  if (n.fun->is_image_fun || (n.image_count > 0 && !filling_root)) return operator_cache_reader;
+  if (n.fun->is_image_fun || (n.image_count > 0 && !filling_root))
+    return cache_step > 1 ? read_cached_row_stepped : operator_cache_reader;
   return n.own_kernel;
 }
 

@@ -170,13 +170,11 @@ void set_handle_suite(const handle_suite* new_suite) {
 
 void** new_temp_handle(std::int64_t size) {
   void** handle = suite.new_handle(size);
-  if (!handle || !*handle) {
-    set_message("Out of memory allocating temp image handle of %" PRId64 " bytes", size);
-    report_message(REPORT_ERROR);
-    fatal_exit(-100);
-  }
-  suite.lock(handle);
-  return handle;
+  if (handle && suite.lock(handle)) return handle;
+  if (handle) suite.dispose(handle);
+  set_message("Out of memory allocating temp image handle of %" PRId64 " bytes", size);
+  report_message(REPORT_ERROR);
+  fatal_exit(-100);
 }
 
 void free_temp_handle(void** handle) {

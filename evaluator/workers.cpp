@@ -2,8 +2,10 @@
 // takes part as worker 0 and waits for every "done" semaphore.
 #include "evaluator/workers.h"
 
+#include <cstddef>
 #include <exception>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "base/report.h"
@@ -36,7 +38,8 @@ struct pool_record {
   std::vector<std::unique_ptr<platform::thread>> threads;
   std::vector<std::uint32_t> thread_ids;
 };
-pool_record& pool = *new pool_record;
+alignas(pool_record) std::byte pool_storage[sizeof(pool_record)];
+pool_record& pool = *new (pool_storage) pool_record;
 
 void report_fork_error(const std::string& text) {
   report(REPORT_ERROR, "%s %s", text.c_str(), platform::last_error_text().c_str());

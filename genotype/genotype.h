@@ -28,7 +28,7 @@ struct genotype;
 struct node;
 struct param;
 struct expression_rows;  // evaluator/pixel_loop.h
-struct bounds_record;    // host/rectangle.h
+struct bounds_record;    // evaluator/bounds.h
 
 enum node_kind : std::int8_t {
   KIND_UNSET = 0,     // a name seen before its assignment, a reference, or a cleared hole

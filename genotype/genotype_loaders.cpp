@@ -23,16 +23,6 @@ struct string_source {
   ~string_source() { close_reading_from_string(); }
 };
 
-/// A file as the reader's source, for a scope.
-struct file_source {
-  explicit file_source(const char* path) : stream(open_reading_file(path)) {}
-  ~file_source() {
-    close_reading_file(stream);
-    if (stream) reading_from_file_ptr = nullptr;
-  }
-  std::FILE* stream;  // null: the open failed, reported
-};
-
 void prepare_reading() {
   if (!tables_ready) set_tables_and_globals();
   if (read_configuration) read_configuration();

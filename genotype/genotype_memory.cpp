@@ -1,6 +1,7 @@
 // Allocation, growth, copies and release of the records of a definition.
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "base/report.h"
@@ -33,14 +34,23 @@ void free_widgets(widget_entry* w) {
   }
 }
 
+struct param_release {
+  void operator()(param* p) const { release_param(p); }
+};
+struct genotype_release {
+  void operator()(genotype* g) const { free_genotype(g); }
+};
+
 param* copy_param(const param& original) {
-  param* copy = allocate_zeroed<param>(1);
+  std::unique_ptr<param, param_release> copy(allocate_zeroed<param>(1));
   *copy = original;
   copy->ref_count = 1;
   copy->flags[0] |= PARAM0_NAME_NOT_OWNED | PARAM0_POPUP_NOT_OWNED | PARAM0_WIDGETS_NOT_OWNED;
-  for (char*& text : copy->channel_text) text = copy_text(text);
+  std::fill(std::begin(copy->channel_text), std::end(copy->channel_text), nullptr);
+  for (int c = 0; c < int(std::size(copy->channel_text)); ++c)
+    copy->channel_text[c] = copy_text(original.channel_text[c]);
   copy->param_node = nullptr;
-  return copy;
+  return copy.release();
 }
 
 }  // namespace
@@ -77,7 +87,7 @@ param* add_param(genotype& g, int node_index) {
     reject(REPORT_ERROR, "In %s: more than %d parameters: '%s'.", g.name, MAX_PARAMS, n.name);
     return nullptr;
   }
-  param* p = allocate_zeroed<param>(1);
+  param* p = g.params[g.n_params++] = allocate_zeroed<param>(1);
   p->ptype = PTYPE_FLOAT;
   p->name = copy_text(n.name);
   p->nchannels = p->n_shown = 1;
@@ -90,7 +100,6 @@ param* add_param(genotype& g, int node_index) {
   p->slider_max = p->fcp_max = UNSET_MAX;
   p->group = -1;
   p->param_node = &n;
-  g.params[g.n_params++] = p;
   n.param_index = g.n_params;
   if (same_text(p->name, "opacity") || same_text(p->name, "input_opacity")) g.flags[2] |= GENO2_HAS_OPACITY;
   return p;
@@ -159,12 +168,17 @@ void free_genotype(genotype* g) {
 }
 
 genotype* copy_genotype(const genotype& g) {
-  genotype* copy = new genotype(g);
+  std::unique_ptr<genotype, genotype_release> copy(new genotype(g));
   copy->shares_strings = 1;
   copy->n_host_params = 0;
   copy->host_params = nullptr;
+  // What the copy owns grows piece by piece: memory may run out at any of them.
+  copy->nodes = nullptr;
+  copy->description = nullptr;
+  copy->n_params = 0;
   copy->description = copy_text(g.description);
-  for (int i = 0; i < g.n_params; ++i) copy->params[i] = copy_param(*g.params[i]);
+  for (; copy->n_params < g.n_params; ++copy->n_params)
+    copy->params[copy->n_params] = copy_param(*g.params[copy->n_params]);
   for (param_group& group : copy->groups)
     if (group.parent) group.parent = copy->groups + (group.parent - g.groups);
 
@@ -181,7 +195,7 @@ genotype* copy_genotype(const genotype& g) {
   }
   set_genotype_arg_ptrs(*copy);
   bind_params_to_nodes(*copy);
-  return copy;
+  return copy.release();
 }
 
 }  // namespace tessaron

@@ -1,6 +1,7 @@
 // The modifier list of a definition, and the channel counts that input names ask for.
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 #include "base/report.h"
 #include "base/text.h"
@@ -68,8 +69,7 @@ int effect_popup_name(genotype& g, const char*) {
     report(REPORT_ERROR, "EOF while reading effect_popup_name");
     return -1;
   }
-  free_text(g.effect_popup_name);
-  g.effect_popup_name = copy_text(token);
+  free_text(std::exchange(g.effect_popup_name, copy_text(token)));
   return 0;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "base/report.h"
 #include "base/text.h"
@@ -252,8 +253,7 @@ int add_page(declaration& d, const char* title, int skip) {
     report(REPORT_WARNING, "in %s, page at %s but none at 1st param %s.", g.name, d.p.name, g.params[0]->name);
   if (index > MAX_PAGES)
     return reject(REPORT_ERROR, "too many pages (%d is max) in %s: fix in genotype.h", MAX_PAGES, g.name);
-  free_text(g.page_names[index]);
-  g.page_names[index] = copy_text(title);
+  free_text(std::exchange(g.page_names[index], copy_text(title)));
   g.n_pages = index;
   return 0;
 }

@@ -152,6 +152,7 @@ int read_word(char* dst, int last_token_line) {
 }  // namespace
 
 std::FILE* open_reading_file(const char* path) {
+  std::string name = path;  // before there is a stream that a lack of memory would leave open
   std::FILE* stream = std::fopen(path, "r");
   int error = errno;
   if (stream) {
@@ -176,7 +177,7 @@ std::FILE* open_reading_file(const char* path) {
   reading_from_string = nullptr;
   reading_from_file_ptr = stream;
   reader.named_stream = stream;
-  reader.file_name = path;
+  reader.file_name.swap(name);
   return stream;
 }
 
@@ -190,6 +191,11 @@ int close_reading_file(std::FILE* stream) {
   }
   --open_file_count;
   return result;
+}
+
+file_source::~file_source() {
+  close_reading_file(stream);
+  if (stream) reading_from_file_ptr = nullptr;
 }
 
 void open_reading_from_string(const char* text) {

@@ -19,6 +19,14 @@ extern int allow_slash_comments;
 /// failure reports "Open of %s failed: %s\n" at severity 8 and returns null.
 std::FILE* open_reading_file(const char* path);
 int close_reading_file(std::FILE* stream);
+/// A file as the reader's source, for a scope. `stream` is null when the open failed, which has been reported.
+struct file_source {
+  explicit file_source(const char* path) : stream(open_reading_file(path)) {}
+  ~file_source();
+  file_source(const file_source&) = delete;
+  file_source& operator=(const file_source&) = delete;
+  std::FILE* stream;
+};
 void open_reading_from_string(const char* text);
 /// Ends a string source.
 void close_reading_from_string();

@@ -1,6 +1,5 @@
 #include "host/alpha_modes.h"
 
-#include <cmath>
 #include <cstring>
 
 #include "base/report.h"
@@ -18,7 +17,7 @@ const void* const DUMMY_IMAGE = reinterpret_cast<const void*>(1);
 bool named(const param& p, const char* name) { return p.name && !std::strcmp(p.name, name); }
 
 void apply_mix_param(const param& p) {
-  const int value = int(std::trunc(p.value[0] + 0.5f));
+  const int value = int_trunc(double(p.value[0]) + 0.5);
   if (named(p, "opacity") || named(p, "input_opacity")) {
     mix_globals.opacity_mode = value;
     if (value == 0) mix_globals.alpha_source_mode = OPAQUE;

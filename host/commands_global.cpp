@@ -10,9 +10,12 @@
 #include "genotype/genotype_reader.h"
 #include "host/commands.h"
 #include "host/configuration.h"
+#include "host/help.h"
 #include "host/host_handles.h"
+#include "host/host_report.h"
 #include "host/host_state.h"
 #include "host/host_suites.h"
+#include "host/live_records.h"
 #include "platform/platform.h"
 
 namespace tessaron {
@@ -22,11 +25,9 @@ namespace {
 constexpr std::uint32_t NORMAL_VERSION = 0x88000, CUSTOM_VERSION = 1;
 constexpr double VERSION_TOLERANCE = 0.001;
 
-report_sink sink_before = nullptr;
-
 /// Routes reports, abort questions, memory and the configuration through the host adapter.
 void install_hooks(const pf_in_data& in_data) {
-  sink_before = set_report_sink(host_report);
+  install_message_hooks();
   set_abort_query(ae_check_abort);
   read_configuration = read_config;
   if (const pf_utility_callbacks* utils = in_data.utils) {
@@ -42,7 +43,7 @@ void end_process_life() {
   free_all_temp_images();
   set_handle_suite(nullptr);
   set_abort_query(nullptr);
-  set_report_sink(sink_before);
+  remove_message_hooks();
   host_state_record fresh{};
   fresh.session_stamp = host_state.session_stamp;
   fresh.call_stamp = host_state.call_stamp;
@@ -82,9 +83,18 @@ void describe_plugin(const tessaron_plugin& plugin, const pf_in_data& in_data, p
     out_data.out_flags2 = plugin.out_flags2;
 }
 
-/// Each plug-in has acquired the suite once; the pointer stays until the last one is gone.
-void release_combustion_suite(const pf_in_data& in_data) {
-  if (host_state.host_app != HOST_COMBUSTION || !host_state.combustion_suite) return;
+/// Each plug-in of Combustion acquires the suite; the engine keeps the table while one of them holds it.
+void acquire_combustion_suite(const pf_in_data& in_data, plugin_notes& notes) {
+  const void* table = held_suite<void>(in_data, COMBUSTION_SUITE).keep();
+  if (!table) return;
+  host_state.combustion_suite = table;
+  notes.holds_combustion_suite = true;
+}
+
+void release_combustion_suite(const pf_in_data& in_data, plugin_notes& notes) {
+  if (!notes.holds_combustion_suite) return;
+  notes.holds_combustion_suite = false;
+  if (!any_holds_combustion_suite()) host_state.combustion_suite = nullptr;
   if (in_data.pica_basic && in_data.pica_basic->release_suite) in_data.pica_basic->release_suite(COMBUSTION_SUITE, 1);
 }
 
@@ -97,8 +107,13 @@ std::int32_t about(const command_call& call) {
                   ENGINE_VERSION_TEXT);
     return PF_Err_NONE;
   }
-  report(REPORT_ERROR, "The help window is not built yet.\n");
-  return PF_Err_INTERNAL;
+  // Before params setup the record names nothing yet.
+  if (!record->doc_name) record->doc_name = call.plugin.doc_name;
+  if (!record->plugin_name) record->plugin_name = call.plugin.plugin_name;
+  help_reference reference;
+  reference.module = reinterpret_cast<const void*>(&tessaron_main);
+  reference.globals = &*record;
+  return show_help_dialog(reference) == 0 ? PF_Err_NONE : PF_Err_INTERNAL;
 }
 
 std::int32_t global_setup(const command_call& call) {
@@ -111,28 +126,29 @@ std::int32_t global_setup(const command_call& call) {
     // Premiere would unload the library between two uses.
     if (host_state.host_app == HOST_PREMIERE) platform::pin_module(reinterpret_cast<const void*>(&tessaron_main));
   }
-  const pf_handle handle = new_host_handle<globals_record>(call.in_data, [&](globals_record& record) {
+  const pf_handle global_data = new_host_handle<globals_record>(call.in_data, [&](auto& record, pf_handle handle) {
     init_globals(record);
     record.temp_set = &record.temp_sets[0];
     record.host_flags |= HOST_IS_HANDLE_RECORD;
     record.session_stamp = host_state.session_stamp;
     record.in_data = &call.in_data;
+    note_plugin(handle, record);
   });
-  if (!handle) return PF_Err_INTERNAL;
-  call.out_data->global_data = handle;
+  if (!global_data) return PF_Err_INTERNAL;
+  call.out_data->global_data = global_data;
   describe_plugin(call.plugin, call.in_data, *call.out_data);
-  if (host_state.host_app == HOST_COMBUSTION)
-    host_state.combustion_suite = held_suite<void>(call.in_data, COMBUSTION_SUITE).keep();
+  if (host_state.host_app == HOST_COMBUSTION) acquire_combustion_suite(call.in_data, *notes_of_plugin(global_data));
   setup.done();
   return PF_Err_NONE;
 }
 
 std::int32_t global_setdown(const command_call& call) {
+  plugin_notes* notes = notes_of_plugin(call.in_data.global_data);
+  if (!notes) return PF_Err_NONE;
   {
     const call_record record(call.in_data, record_choice::plugin);
-    if (!record) return PF_Err_NONE;
-    release_combustion_suite(call.in_data);
-    release_record(*record);
+    release_combustion_suite(call.in_data, *notes);
+    release_plugin(call.in_data.global_data, record ? &*record : nullptr);
     if (host_state.n_global_setups > 0 && --host_state.n_global_setups == 0) end_process_life();
   }
   dispose_host_handle(call.in_data, call.in_data.global_data);

@@ -11,14 +11,14 @@
 #include "host/effect_table.h"
 #include "host/host_handles.h"
 #include "host/host_state.h"
+#include "host/live_records.h"
 #include "host/parameters.h"
+#include "installer/name_placeholder.h"
 
 namespace tessaron {
 
 namespace {
 
-/// The identity of an unpatched copy of the custom template.
-constexpr const char* TEMPLATE_NAME = "TessaronCustomPlugin___________";
 constexpr std::uint32_t EVENT_WINDOWS = 3;  // layer and composition windows
 constexpr int CUSTOM_DESCRIPTOR_B = 10;
 
@@ -61,14 +61,22 @@ bool agree_on_reading_mode(custom_reading_mode mode, const char* name) {
   return true;
 }
 
+/// Place in the definitions file: the next one, and the same again when the plug-in is set up again.
+int custom_index() {
+  plugin_notes* notes = notes_of_plugin(Globals->in_data->global_data);
+  if (!notes) return host_state.customs_read++;
+  if (notes->custom_index < 0) notes->custom_index = host_state.customs_read++;
+  return notes->custom_index;
+}
+
 std::int32_t load_custom_effect(const tessaron_plugin& plugin) {
   const char* name = plugin.plugin_name ? plugin.plugin_name : "";
-  if (std::strcmp(name, TEMPLATE_NAME) != 0) {
+  if (std::strcmp(name, installer::NAME_PLACEHOLDER) != 0) {
     if (!agree_on_reading_mode(BY_NAME, name)) return PF_Err_BAD_REQUEST;
     load_effect_by_name(name, config_path());
   } else {
     if (!agree_on_reading_mode(BY_INDEX, name)) return PF_Err_BAD_REQUEST;
-    load_effect_by_index(host_state.customs_read++, config_path());
+    load_effect_by_index(custom_index(), config_path());
   }
   globals_record& record = *Globals;
   const genotype* g = record.genotypes[0];
@@ -129,7 +137,7 @@ std::int32_t load_plugin_effects(const tessaron_plugin& plugin) {
 std::int32_t params_setup(const command_call& call) {
   const call_record record(call.in_data, record_choice::plugin);
   if (!record) return PF_Err_INTERNAL;
-  release_record(*record);  // a host may ask twice
+  empty_plugin(call.in_data.global_data, *record);  // a host may ask twice
   if (const std::int32_t error = load_plugin_effects(call.plugin)) return error;
   record->effect_table = make_effect_table();
   check_shared_params();

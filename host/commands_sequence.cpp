@@ -11,6 +11,7 @@
 #include "host/effect_table.h"
 #include "host/host_handles.h"
 #include "host/host_state.h"
+#include "host/live_records.h"
 #include "platform/platform.h"
 
 namespace tessaron {
@@ -23,10 +24,19 @@ struct flat_record {
 };
 static_assert(sizeof(flat_record) == 12);
 
-bool is_flat(const void* block) {
+/// Whether the call's sequence data is in the flat form.
+bool is_flat(const pf_in_data& in_data) {
+  const locked_handle data(in_data, in_data.sequence_data);
   std::uint32_t marker = 0;
-  if (block) std::memcpy(&marker, block, sizeof marker);
-  return block && marker == FLAT_MARKER;
+  if (!data.block() || !block_holds(in_data, in_data.sequence_data, sizeof marker)) return false;
+  std::memcpy(&marker, data.block(), sizeof marker);
+  return marker == FLAT_MARKER;
+}
+
+/// What a project that comes back must have kept.
+bool is_complete(const globals_record& record) {
+  return record.n_effects >= 1 && record.n_effects <= MAX_EFFECTS_PER_PLUGIN && record.plugin_name &&
+         *record.plugin_name && record.effect_names[0] && *record.effect_names[0];
 }
 
 void free_owned_names(globals_record& record) {
@@ -37,6 +47,8 @@ void free_owned_names(globals_record& record) {
     }
   record.owned_names_mask = 0;
   if (record.host_flags & HOST_NAMES_ARE_HEAP) {
+    // A custom's only effect goes by the same text.
+    if (record.effect_names[0] == record.plugin_name) record.effect_names[0] = nullptr;
     free_text(record.plugin_name);
     record.plugin_name = nullptr;
     record.host_flags &= ~HOST_NAMES_ARE_HEAP;
@@ -71,8 +83,8 @@ void start_shared_data() {
   host_state.shared_data_ready = true;
 }
 
-/// Makes the zeroed record an instance of the plug-in; on a fault it holds nothing.
-void build_instance(globals_record& copy, globals_record& plugin, pf_in_data& in_data) {
+/// Makes the zeroed record behind `handle` an instance of the plug-in; on a fault it holds nothing.
+void build_instance(globals_record& copy, pf_handle handle, globals_record& plugin, pf_in_data& in_data) {
   globals_record* const before = Globals;
   try {
     copy_record(copy, plugin);
@@ -80,6 +92,7 @@ void build_instance(globals_record& copy, globals_record& plugin, pf_in_data& in
     Globals = &copy;
     check_shared_params();
     select_effect_i(0, 0);
+    note_instance(handle, in_data.global_data, copy);
   } catch (...) {
     release_record(copy);
     Globals = before;
@@ -90,14 +103,14 @@ void build_instance(globals_record& copy, globals_record& plugin, pf_in_data& in
   plugin.effect_genotype = plugin.genotypes[0];
 }
 
-/// Takes the instance out of the call's sequence handle and disposes of it. What is not of this
-/// session has nothing that could be freed.
-void drop_instance(const command_call& call) {
+/// Takes the sequence data out of the call: what it owns is released, its handle disposed of.
+void drop_sequence_data(const command_call& call) {
   {
     const call_record record(call.in_data, record_choice::instance);
-    if (record) release_record(*record);
+    release_instance(call.in_data.sequence_data, record ? &*record : nullptr);
   }
   dispose_host_handle(call.in_data, call.in_data.sequence_data);
+  if (call.out_data) call.out_data->sequence_data = nullptr;
 }
 
 }  // namespace
@@ -122,59 +135,60 @@ void release_record(globals_record& record) {
 }
 
 std::int32_t sequence_setup(const command_call& call) {
-  const locked_handle plugin_lock(call.in_data, call.in_data.global_data);
-  auto* plugin = static_cast<globals_record*>(plugin_lock.block());
+  const call_record plugin(call.in_data, record_choice::plugin);
   if (!plugin || !plugin->genotypes[0]) return PF_Err_INTERNAL;
-  bool live = false;
-  {
-    const locked_handle instance(call.in_data, call.in_data.sequence_data);
-    live = is_live_instance(instance.block());
-  }
+  const bool live = bool(call_record(call.in_data, record_choice::instance));
   if (!live) {
     // What lies in the handle, if anything, is a flat form or of an earlier session.
-    dispose_host_handle(call.in_data, call.in_data.sequence_data);
+    drop_sequence_data(call);
     call.in_data.sequence_data = new_host_handle<globals_record>(
-        call.in_data, [&](globals_record& copy) { build_instance(copy, *plugin, call.in_data); });
+        call.in_data,
+        [&](globals_record& copy, pf_handle handle) { build_instance(copy, handle, *plugin, call.in_data); });
+    if (!call.in_data.sequence_data) return PF_Err_INTERNAL;
   }
   call.out_data->sequence_data = call.in_data.sequence_data;
-  if (!call.in_data.sequence_data) return PF_Err_INTERNAL;
-  const call_record record(call.in_data, record_choice::instance);
-  start_shared_data();
+  try {
+    const call_record record(call.in_data, record_choice::instance);
+    start_shared_data();
+  } catch (...) {
+    if (!live) drop_sequence_data(call);  // a host takes nothing from a command that failed
+    throw;
+  }
   return PF_Err_NONE;
 }
 
 std::int32_t sequence_resetup(const command_call& call) {
   {
-    const locked_handle instance(call.in_data, call.in_data.sequence_data);
-    if (is_live_instance(instance.block())) {
+    const call_record record(call.in_data, record_choice::instance);
+    if (record && is_complete(*record)) {
       call.out_data->sequence_data = call.in_data.sequence_data;
       return PF_Err_NONE;
     }
   }
-  dispose_host_handle(call.in_data, call.in_data.sequence_data);
+  drop_sequence_data(call);
   free_all_temp_images();  // planes of the last frame are no longer this instance's
   return sequence_setup(call);
 }
 
 std::int32_t sequence_flatten(const command_call& call) {
-  call.out_data->flat_sdata_size = sizeof(flat_record);
-  {
-    const locked_handle instance(call.in_data, call.in_data.sequence_data);
-    if (is_flat(instance.block())) {
-      call.out_data->sequence_data = call.in_data.sequence_data;
-      return PF_Err_NONE;
-    }
+  if (is_flat(call.in_data)) {
+    release_instance(call.in_data.sequence_data, nullptr);  // of an instance that the host has written over
+    call.out_data->sequence_data = call.in_data.sequence_data;
+    call.out_data->flat_sdata_size = sizeof(flat_record);
+    return PF_Err_NONE;
   }
-  drop_instance(call);
-  call.out_data->sequence_data = new_host_handle<flat_record>(call.in_data, [](flat_record& flat) {
+  drop_sequence_data(call);
+  call.out_data->flat_sdata_size = 0;
+  call.out_data->sequence_data = new_host_handle<flat_record>(call.in_data, [](flat_record& flat, pf_handle) {
     flat = {FLAT_MARKER, 1, 0};
   });
-  return call.out_data->sequence_data ? PF_Err_NONE : PF_Err_INTERNAL;
+  if (!call.out_data->sequence_data) return PF_Err_INTERNAL;
+  call.out_data->flat_sdata_size = sizeof(flat_record);
+  return PF_Err_NONE;
 }
 
 std::int32_t sequence_setdown(const command_call& call) {
-  drop_instance(call);
-  if (call.out_data) call.out_data->sequence_data = nullptr;
+  drop_sequence_data(call);
   return PF_Err_NONE;
 }
 

@@ -142,11 +142,11 @@ void read_config() {
     report(REPORT_ERROR, "Failed opening config file: %s: %s", path, std::strerror(error));
     return;
   }
-  std::FILE* stream = open_reading_file(path);
-  if (!stream) return;
-  read_keys();
-  close_reading_file(stream);
-  reading_from_file_ptr = nullptr;
+  {
+    const file_source file(path);
+    if (!file.stream) return;
+    read_keys();
+  }
   for (const config_key& key : keys)
     if (key.required && !key.seen) report(REPORT_WARNING, "Expected to find %s in config file, but didn't.", key.name);
 }

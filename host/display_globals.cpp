@@ -8,11 +8,11 @@
 #include "evaluator/temp_images.h"
 #include "host/configuration.h"
 #include "host/host_state.h"
+#include "host/parameters.h"
 
 namespace tessaron {
 namespace {
 
-constexpr float FORCED_RATIO_FLOOR = 0.001f;  // a forced ratio counts above this
 constexpr double RATIO_FLOOR = 0.0001, RATIO_CEILING = 10000.0;
 constexpr float WIDE_RATIO = 1.6f;
 constexpr double RUN_BREAK_STEPS = 1.9;  // frames; a later frame starts a new run
@@ -29,10 +29,10 @@ void set_aspect_products() {
 
 double downsample_fraction(const pf_rational& r) { return r.den == 0 ? r.num : double(r.num) / r.den; }
 
-int scaled_size(int size, double fraction) { return std::max(1, int(std::trunc(size * fraction + 0.5))); }
+int scaled_size(int size, double fraction) { return std::max(1, int_trunc(size * fraction + 0.5)); }
 
 float render_pixel_aspect(const pf_in_data& in_data) {
-  if (config.force_pixel_aspect_ratio > FORCED_RATIO_FLOOR) return config.force_pixel_aspect_ratio;
+  if (config.force_pixel_aspect_ratio > FORCED_ASPECT_FLOOR) return config.force_pixel_aspect_ratio;
   const double dsx = downsample_fraction(in_data.downsample_x), dsy = downsample_fraction(in_data.downsample_y);
   const double num = in_data.pixel_aspect_ratio.num, den = in_data.pixel_aspect_ratio.den;
   if (num == 0 || den == 0 || dsx == 0 || dsy == 0) return 1.0f;
@@ -65,6 +65,15 @@ void set_pixel_aspect_ratio(float ratio) {
   set_aspect_products();
 }
 
+void set_layer_dims(int layer_width, int layer_height, double dsx, double dsy) {
+  display_dims.display_width = scaled_size(layer_width, dsx);
+  display_dims.display_height = scaled_size(layer_height, dsy);
+  display_dims.xy_aspect = float(display_dims.display_height) / float(display_dims.display_width);
+  display_dims.xy_aspect_fix = fix_from_double(display_dims.xy_aspect);
+  display_dims.yx_aspect_fix = fix_from_double(1.0f / display_dims.xy_aspect);
+  set_aspect_products();
+}
+
 bool set_display_dim_globals(int layer_width, int layer_height, double dsx, double dsy) {
   if (layer_width == 0 || layer_height == 0) {
     report(REPORT_ERROR, "set_display_dim_globals: dim should never be 0.");
@@ -72,19 +81,14 @@ bool set_display_dim_globals(int layer_width, int layer_height, double dsx, doub
   }
   display_dims.n_pixels = temp_raster_info.width * temp_raster_info.height;
   short_image_size = std::int64_t(display_dims.n_pixels) * 2;
-  display_dims.display_width = scaled_size(layer_width, dsx);
-  display_dims.display_height = scaled_size(layer_height, dsy);
   const auto full = [](int first, int last, double scale) {
-    return std::max(1, int((std::int64_t(last) - first + 1) * scale));
+    return std::max(1, int_trunc(double(std::int64_t(last) - first + 1) * scale));
   };
   display_dims.full_width = full(render_info.frame_x0, render_info.frame_x1, render_info.scale_x);
   display_dims.full_height = full(render_info.frame_y0, render_info.frame_y1, render_info.downsample_y);
   display_dims.view_width = temp_raster_info.width;
   display_dims.view_height = temp_raster_info.height;
-  display_dims.xy_aspect = float(display_dims.display_height) / float(display_dims.display_width);
-  display_dims.xy_aspect_fix = fix_from_double(display_dims.xy_aspect);
-  display_dims.yx_aspect_fix = fix_from_double(1.0f / display_dims.xy_aspect);
-  set_aspect_products();
+  set_layer_dims(layer_width, layer_height, dsx, dsy);
   if (temp_raster_info.width > 0 && temp_raster_info.height > 0) {
     display_dims.x_origin_fix = wrap_shl(temp_raster_info.x0, FIX_BITS);
     display_dims.y_origin_fix = wrap_shl(temp_raster_info.y0, FIX_BITS);

@@ -166,7 +166,7 @@ int get_first_effect_from_table(effect_table& table, int popup_i) {
 
 int get_effect_index_from_genotype(const char* name) {
   const effect_table& table = *Globals->effect_table;
-  if (table.plugin_name && !*table.plugin_name) report(REPORT_ERROR, "effect table: bad plugin name");
+  if (!table.plugin_name || !*table.plugin_name) report(REPORT_ERROR, "effect table: bad plugin name");
   for (int i = 0; i < MAX_EFFECTS_PER_PLUGIN && table.popup_names[i]; ++i)
     if (same_text(table.popup_names[i], name)) return i;
   report(REPORT_ERROR, "get_effect_index_from_genotype: genotype %s not found in table.\n", name);
@@ -192,8 +192,11 @@ std::uint32_t connected_input_mask(std::uint32_t present_mask, const void* const
 
 int popup_index_for_params(pf_param_def** params) {
   if (Globals->effect_table->n_popup_names <= 1 || !params) return 0;
-  const pf_param_def* popup = params[Globals->popup_param_index];
-  return popup ? std::max(popup->u.popup.value - 1, 0) : 0;
+  const int slot = Globals->popup_param_index;
+  if (slot < 1 || (Globals->in_data && Globals->in_data->num_params > 0 && slot >= Globals->in_data->num_params))
+    return 0;
+  const pf_param_def* popup = params[slot];
+  return popup ? int(std::max<std::int64_t>(std::int64_t(popup->u.popup.value) - 1, -1)) : 0;
 }
 
 int find_effect(std::uint32_t input_mask, int popup_i) {

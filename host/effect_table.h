@@ -35,6 +35,7 @@ int count_table_popup(effect_table& table);
 /// Column mask of the connected inputs at render time. `present_mask`: slots that have a layer;
 /// `layer_data`: their pixels, to tell an input that repeats the first.
 std::uint32_t connected_input_mask(std::uint32_t present_mask, const void* const* layer_data);
+/// Row of the popup's value, which counts from 1; a value below that has no row (-1). 0 without a popup.
 int popup_index_for_params(pf_param_def** params);
 /// effect_i of a column and a row, or -1 after a report.
 int find_effect(std::uint32_t input_mask, int popup_i);

@@ -1,6 +1,7 @@
 // Frame setup: how big the output of a frame will be, and where the layer lies in it.
 #include <algorithm>
 
+#include "evaluator/bounds.h"
 #include "evaluator/plan.h"
 #include "genotype/genotype_reader.h"
 #include "host/alpha_modes.h"
@@ -38,9 +39,9 @@ bool prepare_tree(const frame_effect& effect, const pf_in_data& in_data) {
   render_info.frame_x0 = render_info.frame_y0 = -UNBOUNDED_SIDE;
   render_info.frame_x1 = render_info.frame_y1 = UNBOUNDED_SIDE;
   set_pixel_aspect_ratio(render_pixel_aspect(in_data));
-  display_dims.display_width = scaled_size(in_data.width, render_info.downsample_x);
-  display_dims.display_height = scaled_size(in_data.height, render_info.downsample_y);
+  set_layer_dims(in_data.width, in_data.height, render_info.downsample_x, render_info.downsample_y);
   display_dims.view_width = display_dims.view_height = UNBOUNDED_SIDE;
+  set_time_globals(in_data);  // an amount may hang on time
   read_mix_params(*effect.g);
   set_genotype_arg_ptrs(*effect.g);
   choose_alpha_modes(*effect.g, effect.inputs);

@@ -36,7 +36,6 @@ struct host_state_record {
   int pixel_scale = 1;        // -1 in Digital Fusion
   int angle_sign = -1;        // 1 in Digital Fusion
   bool shared_data_ready;     // configuration read, workers started, tables built
-  bool help_open;
   bool log_pending = true;
 };
 extern host_state_record host_state;
@@ -48,9 +47,6 @@ int detected_host();
 
 /// Asks the host's abort callback; 1 when the render should stop.
 int ae_check_abort();
-
-/// The sink that is installed while a plug-in is alive.
-void host_report(int severity, const char* text);
 
 // Render path (host/render.cpp). Both expect Globals to be the call's record, with in_data and params set.
 std::int32_t frame_setup(pf_in_data& in_data, pf_out_data& out_data, pf_param_def** params);

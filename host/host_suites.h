@@ -7,6 +7,7 @@ namespace tessaron {
 
 inline constexpr const char* COMBUSTION_SUITE = "Combustion Basic Suite";
 inline constexpr const char* MESSAGE_SUITE = "VDS App Suite";
+inline constexpr const char* HELP_SUITE = "Tessaron Help Suite";
 inline constexpr const char* FORMAT_SUITE = "Image Format Negotiation Suite";
 
 /// A suite, acquired as long as this lives; null where the host lacks it.

@@ -23,6 +23,7 @@
 #include "host/display_globals.h"
 #include "host/effect_table.h"
 #include "host/host_state.h"
+#include "host/named_lists.h"
 #include "host/parameters.h"
 #include "host/render_records.h"
 #include "installer/custom_listing.h"
@@ -345,6 +346,13 @@ std::vector<pf_param_def> inspect_host_params(genotype& g) {
   pf_in_data in_data = plain_in_data(1920, 1080);
   Globals->in_data = &in_data;
   return declare_into_list(g, in_data);
+}
+
+std::vector<std::string> inspect_list_names(const param& p) {
+  if (!(p.flags[1] & PARAM1_NAMED_LIST)) return {};
+  start_engine();
+  const list_loader loader = named_list_loader(named_list_of(p));
+  return loader ? loader() : std::vector<std::string>{};
 }
 
 bool inspect_plan(genotype& g, int width, int height, inspected_plan& plan, std::vector<inspected_report>& reports) {

@@ -58,6 +58,10 @@ TESSARON_EXPORT bool inspect_set_param(genotype& g, const std::string& name, con
 /// extra inputs are not among them.
 TESSARON_EXPORT std::vector<pf_param_def> inspect_host_params(genotype& g);
 
+/// Names that a parameter with a list of a data file shows, in order: none while nothing reads such files. The
+/// definition's number counts them from 1, the engine's value from 0.
+TESSARON_EXPORT std::vector<std::string> inspect_list_names(const param& p);
+
 /// Folds and plans for frame 0 of a layer of `width` by `height` pixels: fills pass_arg and the two lists as node
 /// indices. Parameters go through their host controls as in a render.
 struct inspected_plan {

@@ -10,8 +10,7 @@
 namespace tessaron {
 
 /// Bits of param::flags[4] that only a host's layout looks at; no keyword of the language sets them.
-enum param_host_flag : std::uint8_t { PARAM4_PIXEL_SCALE = 0x04, PARAM4_COLLAPSE_TWIRL = 0x08,
-  PARAM4_KEYFRAME_HOLD = 0x10 };
+enum param_host_flag : std::uint8_t { PARAM4_COLLAPSE_TWIRL = 0x08, PARAM4_KEYFRAME_HOLD = 0x10 };
 
 /// The kind of control that stands for a parameter in the host.
 enum class host_control { slider, dial, point, color, popup, named_list, checkbox, none };

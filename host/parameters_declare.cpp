@@ -10,6 +10,7 @@
 #include "host/configuration.h"
 #include "host/effect_table.h"
 #include "host/host_state.h"
+#include "host/named_lists.h"
 #include "host/parameters.h"
 
 namespace tessaron {
@@ -29,10 +30,11 @@ bool point_units(const param& p) {
   return p.units() == UNITS_SCREEN || p.units() == UNITS_SCREEN_CENTER || p.units() == UNITS_NORMALIZE;
 }
 
-const char* named_list_title(const param& p) {
-  if (p.flags[1] & PARAM1_LENS_FLARES) return "lens flares";
-  if (p.flags[1] & PARAM1_GLARES) return "glares";
-  return p.flags[1] & PARAM1_NEG_FILM ? "negative film" : "print film";
+/// Entries as a host takes them.
+std::string joined(const std::vector<std::string>& entries) {
+  std::string text;
+  for (const std::string& entry : entries) text.append(&entry == entries.data() ? "" : "|").append(entry);
+  return text;
 }
 
 struct slider_limits {
@@ -79,6 +81,7 @@ class declaration {
   void color(const param& p);
   void checkboxes(const param& p);
   void popups(const param& p);
+  void named_list_popup(const genotype& g, const param& p);
   void dials(const param& p);
   void point(const param& p);
   void sliders(const param& p, int id, std::uint32_t ui_flags);
@@ -136,16 +139,36 @@ void declaration::checkboxes(const param& p) {
 void declaration::popups(const param& p) {
   const int n = p.n_popup_entries;
   for (int c = 0; c < p.nchannels; ++c) {
-    std::string names;
+    std::vector<std::string> entries;
     for (int i = c * (n + 1); i < c * (n + 1) + n && i < MAX_POPUP_TEXTS && p.popup_entry[i]; ++i)
-      names.append(names.empty() ? "" : "|").append(p.popup_entry[i]);
+      entries.emplace_back(p.popup_entry[i]);
+    const std::string names = joined(entries);
     pf_param_def def{};
     def.u.popup.value = int_trunc(double(p.default_value[c]) + 0.5);
-    def.u.popup.default_value = def.u.popup.value + 1;
+    def.u.popup.default_value = int_trunc(double(def.u.popup.value) + 1);
     def.u.popup.n_choices = n;
     def.u.popup.names = names.c_str();
     add(def, PF_Param_POPUP, p.host_id + c, host_param_name(p, c));
   }
+}
+
+/// The definition's number counts the list's names from 1, as the host does.
+void declaration::named_list_popup(const genotype& g, const param& p) {
+  const named_list list = named_list_of(p);
+  const list_loader loader = named_list_loader(list);
+  if (!loader) {
+    report(REPORT_ERROR, "%s: the list of %s for parameter %s is not built yet.\n", g.name, named_list_title(list),
+           p.name);
+    error_ = PF_Err_INTERNAL;
+    return;
+  }
+  const std::vector<std::string> entries = loader();
+  const std::string names = joined(entries);
+  pf_param_def def{};
+  def.u.popup.value = def.u.popup.default_value = int_trunc(double(p.default_value[0]) + 0.5);
+  def.u.popup.n_choices = int(entries.size());
+  def.u.popup.names = names.c_str();
+  add(def, PF_Param_POPUP, p.host_id, host_param_name(p, -1));
 }
 
 void declaration::dials(const param& p) {
@@ -180,7 +203,7 @@ void declaration::sliders(const param& p, int id, std::uint32_t ui_flags) {
     s.slider_max = fixed16_trunc(limits.slider_max);
     s.precision = limits.precision;
     if ((p.flags[3] & PARAM3_PERCENT) && host_state.host_app != HOST_COMBUSTION) s.display_flags = PF_Display_PERCENT;
-    const int scale = p.flags[4] & PARAM4_PIXEL_SCALE ? host_state.pixel_scale : 1;
+    const int scale = p.flags[4] & PARAM4_ANGLE ? host_state.pixel_scale : 1;
     s.value = s.default_value = fixed16_trunc(double(p.default_value[c]) * scale);
     add(def, PF_Param_FIX_SLIDER, id + c, host_param_name(p, c));
   }
@@ -225,9 +248,7 @@ void declaration::declare(const genotype& g, param& p) {
       sliders(p, p.host_id, 0);
       break;
     case host_control::named_list:
-      report(REPORT_ERROR, "%s: the list of %s for parameter %s is not built yet.\n", g.name, named_list_title(p),
-             p.name);
-      error_ = PF_Err_INTERNAL;
+      named_list_popup(g, p);
       break;
     case host_control::none:
       report(REPORT_ERROR, "Param %s: unknown ptype %d\n", p.name, p.ptype);
@@ -334,13 +355,14 @@ std::int32_t declare_effect_popup(pf_in_data& in_data, int& next_index, int& nex
   effect_table& table = *Globals->effect_table;
   const int n = count_table_popup(table);
   if (n < 2) return PF_Err_NONE;
-  std::string names;
+  std::vector<std::string> entries;
   for (int i = 0; i < n; ++i) {
     const int effect_i = get_first_effect_from_table(table, i);
     const genotype* g = effect_i < 0 ? nullptr : Globals->genotypes[effect_i];
     const char* name = g && g->effect_popup_name ? g->effect_popup_name : table.popup_names[i];
-    names.append(i ? "|" : "").append(shown_name(name));
+    entries.push_back(shown_name(name));
   }
+  const std::string names = joined(entries);
   pf_param_def def{};
   def.u.popup = {1, 1, n, names.c_str()};
   declaration out(in_data, next_index, next_id);

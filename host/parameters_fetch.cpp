@@ -51,7 +51,8 @@ double engine_value(const param& p, int channel, const pf_param_def& def, const 
   }
   if (shown_as_point(p, def)) return point_value(p, channel, def, f);
   const double v = host_to_engine(p, channel, f, fixed16(def.u.slider.value));
-  return p.flags[4] & PARAM4_PIXEL_SCALE ? v * host_state.angle_sign : v;
+  // Hosts turn the other way round than the engine, on a slider as on a dial.
+  return p.flags[4] & PARAM4_ANGLE ? v * host_state.angle_sign : v;
 }
 
 /// Channels that a fetch reads: a colour has three, whatever the definition gave it.

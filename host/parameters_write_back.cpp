@@ -40,8 +40,8 @@ void write_number(const param& p, pf_param_def& def, int channel, const unit_fra
   const bool whole = p.ptype == PTYPE_INT;
   if (whole) v = std::trunc(v + 0.5);
   const bool point = shown_as_point(p, def);
+  if ((p.flags[4] & PARAM4_ANGLE) && !whole && !point) v *= host_state.angle_sign;
   if (point || !whole) v = engine_to_host(p, channel, f, v);
-  if (p.flags[4] & PARAM4_PIXEL_SCALE && !whole) v *= host_state.angle_sign;
   if (!point) return write(def, def.u.slider.value, fixed16_round(v));
   if (channel == 0) write(def, def.u.point.x, int_trunc(0.5 + v / f.dsx * FIXED16_ONE));
   if (channel == 1) write(def, def.u.point.y, int_trunc(0.5 + (f.height - v) / f.dsy * FIXED16_ONE));

@@ -15,6 +15,7 @@
 #include "host/display_globals.h"
 #include "host/host_state.h"
 #include "host/host_suites.h"
+#include "host/log.h"
 #include "host/output_rows.h"
 #include "host/render_setup.h"
 #include "platform/platform.h"
@@ -221,6 +222,7 @@ std::int32_t render_frame(pf_in_data& in_data, pf_out_data&, pf_param_def** para
   }
   Globals->host_flags |= HOST_RENDERED_ONCE;
   clear_outside_render_rectangle();
+  write_diagnostics_log();
   return PF_Err_NONE;
 }
 

@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <vector>
 
 #include "base/report.h"
-#include "evaluator/plan.h"
 #include "host/display_globals.h"
 #include "host/host_state.h"
 
@@ -176,35 +174,40 @@ rectangle grown_by(const rectangle& input, const input_border& border) {
   return grow(input, border.left, border.top, border.right, border.bottom);
 }
 
-}  // namespace
-
-rectangle effect_rectangle(const genotype& g, const effect_inputs& inputs, const input_border* borders) {
+/// Part of the output that an effect fills around its images, mattes aside.
+rectangle covered_rectangle(const genotype& g, const effect_inputs& inputs, const input_border* borders) {
   const rectangle output = output_rectangle();
-  rectangle covered, matte = everything();
+  rectangle covered;
   for (int i = 0; i < inputs.count; ++i) {
-    if (!inputs.layer[i]) continue;
+    if (!inputs.layer[i] || inputs.matte[i]) continue;
     rectangle input = raster_rectangle(source_raster_info[i]);
-    if (inputs.matte[i]) {
-      matte = clip(matte, input);
-      continue;
-    }
     if (g.flags[0] & GENO0_MAY_GROW) input = grown_by(input, borders[i]);
     covered = unite(covered, input);
   }
   // Nothing bounds an effect that no image feeds, or that says that it renders everywhere.
   if (covered.empty || (g.flags[0] & GENO0_RENDERS_EVERYWHERE)) covered = output;
-  return clip(clip(covered, output), matte);
+  return clip(covered, output);
 }
 
-namespace {
+/// What all mattes that are there have in common.
+rectangle matte_rectangle(const effect_inputs& inputs) {
+  rectangle matte = everything();
+  for (int i = 0; i < inputs.count; ++i)
+    if (inputs.layer[i] && inputs.matte[i]) matte = clip(matte, raster_rectangle(source_raster_info[i]));
+  return matte;
+}
 
-/// Whether a value at one pixel can depend on which part of the frame is kept in planes: image operators
-/// look around, static numbers its samples through the view, and one query is the view's size.
-bool needs_whole_view(const genotype& g) {
-  return std::any_of(g.nodes, g.nodes + g.n_nodes, [](const node& n) {
-    return n.kind == KIND_FUNCTION && n.fun &&
-           (n.fun->is_image_fun || n.fun->position_dependent || !std::strcmp(n.fun->name, "get_max_fnoise_freq"));
-  });
+bool any_function(const genotype& g, bool (*holds)(const fun_info&)) {
+  return std::any_of(g.nodes, g.nodes + g.n_nodes,
+                     [&](const node& n) { return n.kind == KIND_FUNCTION && n.fun && holds(*n.fun); });
+}
+
+/// Image operators look around a pixel, however far.
+bool looks_around(const fun_info& fun) { return fun.is_image_fun; }
+
+/// static numbers its samples through the view, and one query is the view's size.
+bool depends_on_view(const fun_info& fun) {
+  return fun.position_dependent || !std::strcmp(fun.name, "get_max_fnoise_freq");
 }
 
 void set_temp_raster(const rectangle& view) {
@@ -235,39 +238,18 @@ void set_render_rectangles(const genotype& g, const effect_inputs& inputs, const
   const std::int64_t x = dest_raster_info.x0, y = dest_raster_info.y0;
   const rectangle wanted = make_rectangle(x + hint.left, y + hint.top, x + hint.right - 1, y + hint.bottom - 1);
 
-  const rectangle effect = effect_rectangle(g, inputs, borders);
+  const rectangle covered = covered_rectangle(g, inputs, borders), effect = clip(covered, matte_rectangle(inputs));
   const rectangle render = clip(effect, wanted);
   render_info.render_x0 = render.left;
   render_info.render_y0 = render.top;
   render_info.render_x1 = render.right;
   render_info.render_y1 = render.bottom;
 
-  set_temp_raster(!render.empty && needs_whole_view(g) ? effect : render);
-}
-
-rectangle bounds_of_tree(genotype& g, const rectangle& input) {
-  std::vector<bounds_record> records(g.n_nodes);
-  for (int i = 0; i < g.n_nodes; ++i) g.nodes[i].bounds = &records[i];
-  node* root = follow_pass(&g.nodes[0]);
-  root->bounds->region = input;
-  // A function's arguments have larger indices than it has, so users come before what they use.
-  for (int i = 0; i < g.n_nodes; ++i) {
-    node& n = g.nodes[i];
-    if (n.kind != KIND_FUNCTION || (n.node_flags & NODE_CONSTANT) || n.bounds->region.empty) continue;
-    if (n.fun->bounds_hook) {
-      n.fun->bounds_hook(n);
-      continue;
-    }
-    for (int a = 0; a < n.eval_arg_number; ++a)
-      if (!(n.args[a]->node_flags & NODE_CONSTANT))
-        n.args[a]->bounds->region = unite(n.args[a]->bounds->region, n.bounds->region);
-  }
-  rectangle reach = root->bounds->region;
-  for (int i = 0; i < g.n_nodes; ++i)
-    if (g.nodes[i].kind == KIND_BUILT_IN && g.nodes[i].var_index >= VAR_SOURCE0)
-      reach = unite(reach, records[i].region);
-  for (int i = 0; i < g.n_nodes; ++i) g.nodes[i].bounds = nullptr;
-  return reach;
+  // What is kept in planes must not hang on the part that the host asks for this time.
+  set_temp_raster(render.empty                       ? render
+                  : any_function(g, looks_around)    ? covered
+                  : any_function(g, depends_on_view) ? effect
+                                                     : render);
 }
 
 }  // namespace tessaron

@@ -5,9 +5,9 @@
 #include <cstdint>
 
 #include "evaluator/frame.h"
+#include "evaluator/rectangle.h"
 #include "genotype/globals.h"
 #include "host/effect_table.h"
-#include "host/rectangle.h"
 #include "tessaron/host_interface.h"
 
 namespace tessaron {
@@ -65,15 +65,10 @@ void set_frame_bounds(const pf_in_data& in_data);
 /// The rectangle that the output may hold: dest_raster_info, at most 30000 beyond its corner.
 rectangle output_rectangle();
 
-/// Part of the frame that an effect fills: around its inputs, within the output and its matte.
-rectangle effect_rectangle(const genotype& g, const effect_inputs& inputs, const input_border* borders);
-/// Fills the rectangles of render_info and temp_raster_info: what is computed, and the view that is kept
-/// in planes, which is all of the effect's rectangle where a node looks at more than its own pixel.
+/// Fills the rectangles of render_info and temp_raster_info. What is computed: around the inputs, within the
+/// output, its mattes, and the host's hint. What is kept in planes: the same, but without regard to the hint where a
+/// value depends on the view, and to the mattes too where a node looks around.
 void set_render_rectangles(const genotype& g, const effect_inputs& inputs, const pf_in_data& in_data,
                            const input_border* borders);
-
-/// How far an effect reaches beyond `input`: root to arguments, by the nodes' bounds hooks. Around the
-/// root's region and that of every source.
-rectangle bounds_of_tree(genotype& g, const rectangle& input);
 
 }  // namespace tessaron

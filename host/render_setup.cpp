@@ -1,5 +1,6 @@
 #include "host/render_setup.h"
 
+#include <algorithm>
 #include <bit>
 
 #include "base/report.h"
@@ -17,10 +18,14 @@ constexpr double SMALLEST_SCALED_SIZE = 1.0 / 32;
 
 bool scale_usable(int size, const pf_rational& downsample, const char* axis) {
   const double fraction = downsample_fraction(downsample);
-  if (fraction > 0 && (size == 0 || size * fraction >= SMALLEST_SCALED_SIZE)) return true;
-  report(REPORT_ERROR, "Downsample of %d/%d in %s leaves nothing of a layer of %d pixels.", downsample.num,
-         downsample.den, axis, size);
-  return false;
+  const auto refuse = [&](const char* what) {
+    report(REPORT_ERROR, "Downsample of %d/%d in %s %s a layer of %d pixels.", downsample.num, downsample.den, axis,
+           what, size);
+    return false;
+  };
+  if (!(fraction > 0) || (size > 0 && size * fraction < SMALLEST_SCALED_SIZE)) return refuse("leaves nothing of");
+  if (std::max(size, 1) * fraction > LAYER_SIDE_LIMIT) return refuse("makes too much of");
+  return true;
 }
 
 /// The column for the connected inputs. An optional input that no column does without stays in, however

@@ -90,14 +90,15 @@ bool same_modifier(const widget_entry& a, const widget_entry& b) {
          same_text(a.widget_type, b.widget_type) && same_text(a.enable_param, b.enable_param);
 }
 
-/// A copy with texts of its own, for the end of another parameter's list.
-widget_entry* copy_modifier(const widget_entry& original) {
-  auto* copy = new widget_entry(original);
-  copy->next = nullptr;
-  for (char* widget_entry::*text : {&widget_entry::param_name, &widget_entry::display_name, &widget_entry::widget_type,
-                                    &widget_entry::owner_name, &widget_entry::enable_param})
-    copy->*text = copy_text(original.*text);
-  return copy;
+/// Makes `copy`, which a list holds already, a copy with texts of its own.
+void copy_modifier(widget_entry& copy, const widget_entry& original) {
+  static constexpr char* widget_entry::*TEXTS[] = {&widget_entry::param_name, &widget_entry::display_name,
+                                                   &widget_entry::widget_type, &widget_entry::owner_name,
+                                                   &widget_entry::enable_param};
+  copy = original;
+  copy.next = nullptr;
+  for (const auto text : TEXTS) copy.*text = nullptr;
+  for (const auto text : TEXTS) copy.*text = copy_text(original.*text);
 }
 
 /// Gives the owner what the other parameter's modifiers add, and says that popup entry `entry` has them.
@@ -105,7 +106,7 @@ void merge_modifiers(param& owner, const param& p, int entry) {
   for (const widget_entry* w = p.widgets; w; w = w->next) {
     widget_entry** place = &owner.widgets;
     while (*place && !same_modifier(**place, *w)) place = &(*place)->next;
-    if (!*place) *place = copy_modifier(*w);
+    if (!*place) copy_modifier(*(*place = new widget_entry{}), *w);
     (*place)->effect_mask |= std::uint64_t(1) << entry;
   }
 }

@@ -73,6 +73,16 @@ struct frame_request {
   bool want_stats = false;
 };
 
+/// What came of the help command.
+struct help_result {
+  struct message {
+    int severity;
+    std::string text;
+  };
+  int error = 0;                  // what the command returned
+  std::vector<message> messages;  // the help text itself among them, where nothing could show a window
+};
+
 struct stats_record {
   double setup_seconds = 0, output_seconds = 0;
   std::vector<std::pair<std::string, double>> image_nodes;
@@ -110,6 +120,8 @@ class instance {
   std::vector<host_param>& values();                  // current values, same order
   frame_result render(const frame_request& request);  // frame setup, then render
   int command(int number, void* extra = nullptr);     // any other command
+  /// The about command. `show`, if given, draws the help window and returns the id of a button of it.
+  help_result about(const std::function<int(const tessaron_help_window&)>& show = {});
 
   bool takes_bgra() const;                   // whether the engine accepted the bgra layouts
   const std::string& name() const;           // the plug-in's, as it gave it at global setup

@@ -14,6 +14,7 @@ constexpr std::size_t BLOCK_ALIGNMENT = 64;
 /// What a handle points at: its first field is the block's address.
 struct held_block {
   void* block;
+  std::int64_t size;
 };
 
 std::atomic<int> n_live = 0;
@@ -35,6 +36,7 @@ pf_handle new_handle(std::int64_t size) {
     std::free(held);
     return nullptr;
   }
+  held->size = size;
   ++n_live;
   return &held->block;
 }
@@ -50,9 +52,11 @@ void dispose_handle(pf_handle handle) {
   --n_live;
 }
 
+std::int64_t handle_size(pf_handle handle) { return handle ? reinterpret_cast<held_block*>(handle)->size : 0; }
+
 }  // namespace
 
-pf_utility_callbacks host_memory = {new_handle, lock_handle, unlock_handle, dispose_handle};
+pf_utility_callbacks host_memory = {new_handle, lock_handle, unlock_handle, dispose_handle, handle_size};
 
 int live_handles() { return n_live; }
 

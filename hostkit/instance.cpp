@@ -92,7 +92,15 @@ int instance::state::call(int number, pf_world* output, void* extra) {
     name = out_data.name;
   }
   in_data.sequence_data = out_data.sequence_data;
+  if (error) keep_return_message();
   return error;
+}
+
+void instance::state::keep_return_message() {
+  const std::string text(out_data.return_msg, strnlen(out_data.return_msg, sizeof out_data.return_msg));
+  if (text.empty() || (!messages.empty() && messages.back() == text)) return;
+  messages.push_back(text);
+  if (result) result->messages.push_back(text);
 }
 
 void instance::state::setup(int number, const char* what) {
@@ -209,6 +217,18 @@ int instance::command(int number, void* extra) {
   const int error = host.call(number, nullptr, extra);
   host.adopt_changes();
   return error;
+}
+
+help_result instance::about(const std::function<int(const tessaron_help_window&)>& show) {
+  state& host = *state_;
+  help_result result;
+  host.help = &result;
+  host.show_help = show ? &show : nullptr;
+  host.place_params();
+  result.error = host.call(PF_Cmd_ABOUT);
+  host.show_help = nullptr;
+  host.help = nullptr;
+  return result;
 }
 
 std::vector<std::uint8_t> instance::save() {

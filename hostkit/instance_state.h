@@ -15,6 +15,8 @@ struct instance::state {
   int call(int number, pf_world* output = nullptr, void* extra = nullptr);
   /// call(), and host_error with the engine's messages when it fails.
   void setup(int number, const char* what);
+  /// The text that a failed command left for the user is a message like any other.
+  void keep_return_message();
 
   /// Declared values at a frame, points in pixels of a layer at (origin_x, origin_y) of the output.
   std::vector<host_param> values_in_pixels(double frame) const;
@@ -34,6 +36,7 @@ struct instance::state {
   pf_out_data out_data = {};
   pf_basic_suite basic_suite;
   tessaron_observer_suite observer = {};
+  tessaron_help_suite help_suite = {};
 
   std::vector<host_param> declared, values, call_params;
   std::vector<pf_param_def*> param_pointers;
@@ -41,6 +44,10 @@ struct instance::state {
   std::vector<std::string> messages;
   std::string name;   // of the plug-in, as it says
   bool bgra = false;  // the layouts that it accepted
+
+  // While the help command is under way.
+  const std::function<int(const tessaron_help_window&)>* show_help = nullptr;
+  help_result* help = nullptr;
 
   // While a frame is under way.
   const frame_request* request = nullptr;

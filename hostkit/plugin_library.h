@@ -18,7 +18,7 @@ class plugin_library {
   const tessaron_plugin& descriptor() const { return *descriptor_; }
 
  private:
-  void* library_ = nullptr;
+  void* library_;
   tessaron_main_fn entry_ = nullptr;
   const tessaron_plugin* descriptor_ = nullptr;
 };

@@ -18,6 +18,7 @@ std::int32_t take_message(std::int32_t severity, const char*, const char* text) 
   if (!caller || !text) return 1;  // not on a thread of this host
   caller->messages.emplace_back(text);
   if (caller->result) caller->result->messages.emplace_back(text);
+  if (caller->help) caller->help->messages.push_back({severity, text});
   if (caller->identity.on_message) caller->identity.on_message(severity, text);
   return 0;
 }
@@ -73,6 +74,10 @@ void keep_stats(void* user, const tessaron_frame_stats* stats) {
   kept.planes_planned = stats->planes_planned;
   kept.plane_bytes = stats->plane_bytes;
 }
+
+// --- the help window -----------------------------------------------------------------------------
+
+std::int32_t show_help(void* user, tessaron_help_window* window) { return (*of(user).show_help)(*window); }
 
 // --- callbacks -----------------------------------------------------------------------------------
 
@@ -133,6 +138,9 @@ std::int32_t acquire_suite(const char* name, std::int32_t version, const void** 
     *suite = &MESSAGE_SUITE;
   } else if (is("Image Format Negotiation Suite")) {
     *suite = &FORMAT_SUITE;
+  } else if (is("Tessaron Help Suite") && caller->show_help) {
+    caller->help_suite = {caller, show_help, nullptr};
+    *suite = &caller->help_suite;
   } else if (is("Tessaron Observer Suite") && caller->request) {
     caller->observer.user = caller;
     caller->observer.root_row = caller->request->want_root ? keep_root_row : nullptr;

@@ -4,10 +4,9 @@
 #include <cstddef>
 #include <string>
 
-namespace tessaron::installer {
+#include "installer/name_placeholder.h"
 
-/// What stands in the template in place of a name.
-inline constexpr const char* NAME_PLACEHOLDER = "TessaronCustomPlugin___________";
+namespace tessaron::installer {
 
 /// Copies the template file and writes the name into the copy. Ends the process with status 1, after a
 /// message, when a file can't be opened, read or written, or the name is too long.

@@ -2,6 +2,8 @@
 #include "catalogue/functions/groups.h"
 #include "evaluator/pass_hooks.h"
 #include "genotype/genotype_reader.h"
+#include "operators/bodies/edge_dist.h"
+#include "operators/bodies/warps.h"
 
 namespace tessaron::TESSARON_LEVEL {
 namespace {
@@ -36,7 +38,7 @@ void define_warps(fun_registry& r) {
              .flags2 = FUN2_COORDS | FUN2_COORDS_FREE,
              .image = &WARP,
              .pass = pass_own_place,
-             .combos = {{"1,2,2,1>1 2,2,2,1>2 3,2,2,1>3 4,2,2,1>4", not_built_yet}}});
+             .combos = {{"1,2,2,1>1 2,2,2,1>2 3,2,2,1>3 4,2,2,1>4", warp_image}}});
   define(r, {.name = "warp_rel",
              .args = {"image", "coords", "wrap", "filter"},
              .doc = "The image at coordinates relative to each pixel's own.",
@@ -47,7 +49,7 @@ void define_warps(fun_registry& r) {
              .flags2 = FUN2_COORDS,
              .image = &WARP,
              .pass = [](const node& n) -> int { return arg_zero(n, 1) ? 0 : -1; },
-             .combos = {{"1,2,2,1>1 2,2,2,1>2 3,2,2,1>3 4,2,2,1>4", not_built_yet}}});
+             .combos = {{"1,2,2,1>1 2,2,2,1>2 3,2,2,1>3 4,2,2,1>4", warp_rel_image}}});
   define(r, {.name = "warp_filter",
              .args = {"image", "coords", "mipmap_levels", "wrap"},
              .doc = "The image at other coordinates, filtered through mipmap levels.",
@@ -58,7 +60,7 @@ void define_warps(fun_registry& r) {
              .flags2 = FUN2_COORDS | FUN2_COORDS_FREE,
              .image = &WARP_FILTER,
              .pass = pass_own_place,
-             .combos = {{"1,2,2,2>1 3,2,2,2>3 4,2,2,2>4", not_built_yet}}});
+             .combos = {{"1,2,2,2>1 3,2,2,2>3 4,2,2,2>4", warp_filter_image}}});
   define(r, {.name = "blur_warp",
              .args = {"image", "from_coords", "to_coords", "ends_brightness", "scale", "wrap", "subpixel",
                       "log_res_factor"},
@@ -68,7 +70,7 @@ void define_warps(fun_registry& r) {
              .fun_class = CLASS_WARP,
              .flags = FUN_REAL_IMAGE,
              .image = &BLUR_WARP,
-             .combos = {{"1,2,2,2,1,2,1,1>1 2,2,2,2,1,2,1,1>2 3,2,2,2,1,2,1,1>3 4,2,2,2,1,2,1,1>4", not_built_yet}}});
+             .combos = {{"1,2,2,2,1,2,1,1>1 2,2,2,2,1,2,1,1>2 3,2,2,2,1,2,1,1>3 4,2,2,2,1,2,1,1>4", blur_warp_image}}});
   define(r, {.name = "repeat_warp",
              .args = {"image", "from_coords", "to_coords", "ends_brightness", "wrap", "steps"},
              .doc = "The mean of the image over steps from one set of coordinates to another.",
@@ -78,7 +80,7 @@ void define_warps(fun_registry& r) {
              .flags = FUN_REAL_IMAGE,
              .flags2 = FUN2_COORDS,
              .image = &REPEAT_WARP,
-             .combos = {{"1,2,2,2,2,1>1 2,2,2,2,2,1>2 3,2,2,2,2,1>3 4,2,2,2,2,1>4", not_built_yet}}});
+             .combos = {{"1,2,2,2,2,1>1 2,2,2,2,2,1>2 3,2,2,2,2,1>3 4,2,2,2,2,1>4", repeat_warp_image}}});
   define(r,
          {.name = "repeat_warp_filter",
           .args = {"image", "from_coords", "to_coords", "from_levels", "to_levels", "ends_brightness", "wrap", "steps"},
@@ -89,7 +91,8 @@ void define_warps(fun_registry& r) {
           .flags = FUN_REAL_IMAGE,
           .flags2 = FUN2_COORDS | FUN2_COORDS_FREE,
           .image = &REPEAT_WARP_FILTER,
-          .combos = {{"1,2,2,2,2,2,2,1>1 2,2,2,2,2,2,2,1>2 3,2,2,2,2,2,2,1>3 4,2,2,2,2,2,2,1>4", not_built_yet}}});
+          .combos = {
+              {"1,2,2,2,2,2,2,1>1 2,2,2,2,2,2,2,1>2 3,2,2,2,2,2,2,1>3 4,2,2,2,2,2,2,1>4", repeat_warp_filter_image}}});
   define(r, {.name = "chroma_warp",
              .args = {"image", "from_coords", "to_coords", "wrap", "steps", "color1", "color2", "color3",
                       "white_balance", "brightness"},
@@ -100,20 +103,19 @@ void define_warps(fun_registry& r) {
              .flags = FUN_REAL_IMAGE,
              .flags2 = FUN2_COORDS,
              .image = &CHROMA_WARP,
-             .combos = {{"1,2,2,2,1,3,3,3,1,1>3 3,2,2,2,1,3,3,3,1,1>3 4,2,2,2,1,3,3,3,1,1>4", not_built_yet}}});
-  define(
-      r,
-      {.name = "chroma_warp_filter",
-       .args = {"image", "from_coords", "to_coords", "from_levels", "to_levels", "wrap", "steps", "color1", "color2",
-                "color3", "white_balance", "brightness"},
-       .doc = "As chroma_warp, filtered through mipmap levels.",
-       .cost = 5,
-       .weight = 1.0f,
-       .fun_class = CLASS_WARP,
-       .flags = FUN_REAL_IMAGE,
-       .flags2 = FUN2_COORDS | FUN2_COORDS_FREE,
-       .image = &CHROMA_WARP_FILTER,
-       .combos = {{"1,2,2,2,2,2,1,3,3,3,1,1>3 3,2,2,2,2,2,1,3,3,3,1,1>3 4,2,2,2,2,2,1,3,3,3,1,1>4", not_built_yet}}});
+             .combos = {{"1,2,2,2,1,3,3,3,1,1>3 3,2,2,2,1,3,3,3,1,1>3 4,2,2,2,1,3,3,3,1,1>4", chroma_warp_image}}});
+  define(r, {.name = "chroma_warp_filter",
+             .args = {"image", "from_coords", "to_coords", "from_levels", "to_levels", "wrap", "steps", "color1",
+                      "color2", "color3", "white_balance", "brightness"},
+             .doc = "As chroma_warp, filtered through mipmap levels.",
+             .cost = 5,
+             .weight = 1.0f,
+             .fun_class = CLASS_WARP,
+             .flags = FUN_REAL_IMAGE,
+             .flags2 = FUN2_COORDS | FUN2_COORDS_FREE,
+             .image = &CHROMA_WARP_FILTER,
+             .combos = {{"1,2,2,2,2,2,1,3,3,3,1,1>3 3,2,2,2,2,2,1,3,3,3,1,1>3 4,2,2,2,2,2,1,3,3,3,1,1>4",
+                         chroma_warp_filter_image}}});
 }
 
 void define_stylisers(fun_registry& r) {
@@ -157,7 +159,7 @@ void define_stylisers(fun_registry& r) {
              .fun_class = CLASS_PAINT,
              .flags = FUN_NEVER_CONSTANT | FUN_REAL_IMAGE,
              .image = &EDGE_DIST,
-             .combos = {{"1,1>1", not_built_yet}}});
+             .combos = {{"1,1>1", edge_dist_image}}});
 }
 
 void define_foldings(fun_registry& r) {

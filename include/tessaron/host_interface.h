@@ -124,6 +124,7 @@ typedef struct pf_utility_callbacks {
   void* (*host_lock_handle)(pf_handle handle);
   void (*host_unlock_handle)(pf_handle handle);
   void (*host_dispose_handle)(pf_handle handle);
+  int64_t (*host_get_handle_size)(pf_handle handle); /* null: not offered; stored data is then taken to hold a word */
 } pf_utility_callbacks;
 
 /* Suites: tables of functions, looked up by name and version. */
@@ -229,6 +230,39 @@ typedef struct tessaron_observer_suite {
                    const int32_t* const* rows);
   void (*frame_done)(void* user, const tessaron_frame_stats* stats);
 } tessaron_observer_suite;
+
+/* "Tessaron Help Suite" 1: the host draws the help window of PF_Cmd_ABOUT itself. Without it the engine asks the
+ * desktop, and writes the window's texts as a message where there is none. */
+enum {
+  TESSARON_HELP_OK = 1,
+  TESSARON_HELP_CANCEL = 2,
+  TESSARON_HELP_INTRODUCTION = 10, /* button */
+  TESSARON_HELP_TITLE = 1012,
+  TESSARON_HELP_EFFECT_NAME = 1013,
+  TESSARON_HELP_NOTES = 1014, /* settings that are not the usual ones; may be empty */
+  TESSARON_HELP_WEB = 1015,   /* button */
+  TESSARON_HELP_PAGE = 1016,  /* button: the page of the effect */
+  TESSARON_HELP_DESCRIPTION = 1017,
+  TESSARON_HELP_DETAIL = 1018,
+  TESSARON_HELP_CLOSED = 0xf060 /* what show() returns for a window that was closed from its frame */
+};
+typedef struct tessaron_help_item {
+  int32_t id;
+  const char* text; /* of a button: `&` in front of the letter of its key */
+} tessaron_help_item;
+typedef struct tessaron_help_window {
+  int32_t n_items;
+  const tessaron_help_item* items;
+  int32_t placed; /* non-zero: x and y hold the place of the corner, before the call and after it */
+  int32_t x, y;
+} tessaron_help_window;
+typedef struct tessaron_help_suite {
+  void* user;
+  /* Shows the window until it ends, and returns the id of the button. 0: not shown; below 0: could not be made. */
+  int32_t (*show)(void* user, tessaron_help_window* window);
+  /* The window that is up is asked for again, perhaps on another thread. Null: nothing to do. */
+  void (*bring_forward)(void* user);
+} tessaron_help_suite;
 
 #ifdef __cplusplus
 }

@@ -14,6 +14,7 @@
 #include <new>
 #include <string>
 
+#include "installer/name_placeholder.h"
 #include "platform/platform.h"
 #include "tessaron/host_interface.h"
 
@@ -21,7 +22,7 @@ namespace {
 
 using namespace tessaron;
 
-constexpr std::size_t IDENTITY_LENGTH = 31;
+constexpr std::size_t IDENTITY_LENGTH = sizeof installer::NAME_PLACEHOLDER - 1;
 
 struct identity_record {
   char zero;  // a byte of 31 in front of the plain text would make it look like a counted one
@@ -30,9 +31,16 @@ struct identity_record {
   char counted[IDENTITY_LENGTH + 1];
 };
 
+consteval identity_record without_a_name() {
+  identity_record record = {};
+  std::copy_n(installer::NAME_PLACEHOLDER, IDENTITY_LENGTH, record.plain);
+  record.length = IDENTITY_LENGTH;
+  std::copy_n(installer::NAME_PLACEHOLDER, IDENTITY_LENGTH, record.counted);
+  return record;
+}
+
 /// Each text stands in the file once. Volatile: what the compiler sees here isn't what a copy holds.
-[[gnu::used]] const volatile identity_record identity = {0, "TessaronCustomPlugin___________", IDENTITY_LENGTH,
-                                                         "TessaronCustomPlugin___________"};
+[[gnu::used]] const volatile identity_record identity = without_a_name();
 
 using name_text = std::array<char, IDENTITY_LENGTH + 1>;
 

@@ -2,11 +2,32 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "operators/operators.h"
 #include "operators/planes.h"
 
 namespace tessaron::TESSARON_LEVEL {
+namespace {
+
+/// Added to a double below 2^51 in magnitude, leaves its nearest integer at the bottom of the mantissa.
+constexpr double NEAREST_INT_BIAS = 6755399441055744.0;
+
+/// Nearest integer, ties to even, modulo 2^32. For magnitudes below 2^51; others give some fixed number.
+static inline std::int32_t nearest_int(double v) {
+  const double shifted = v + NEAREST_INT_BIAS;
+  std::uint64_t bits = 0;
+  std::memcpy(&bits, &shifted, sizeof bits);
+  return std::int32_t(std::uint32_t(bits));
+}
+
+/// A product as a plane stores it: to the nearest, held to +-32767.
+static inline std::int16_t scaled_sample(std::int32_t v, double factor) {
+  const double scaled = v * factor;
+  return std::int16_t(nearest_int(scaled < -32767.0 ? -32767.0 : scaled > 32767.0 ? 32767.0 : scaled));
+}
+
+}  // namespace
 
 /// Box-filters a plane into the long image and sets long_image_one. Amounts are fix pixels, the half-width
 /// of the final kernel; passes is 1 to 3; edge_mode 1 mirrors, 0 has zeros beyond an edge. The plane itself
@@ -22,5 +43,10 @@ void scale_plane(std::int16_t* plane, fix scale);
 
 /// All samples 0.
 void clear_plane(std::int16_t* plane);
+
+/// blur_plane() and long_to_plane(dest, (scale / 4096) / (long_image_one / 4096)) in one, the same bytes with less
+/// memory traffic. `dest` may be `plane`. The long image holds nothing of use afterwards; long_image_one is set.
+void blur_plane_to_plane(std::int16_t* dest, const std::int16_t* plane, fix scale, fix x_amount, fix y_amount,
+                         int edge_mode, int passes, bool subpixel, bool field_mode, int width, int height);
 
 }  // namespace tessaron::TESSARON_LEVEL

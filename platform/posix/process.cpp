@@ -4,9 +4,11 @@
 #include <sys/resource.h>
 #include <sys/utsname.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -34,6 +36,25 @@ std::string command_line() {
     if (c == '\0') c = ' ';
   return text;
 }
+
+std::string system_name() {
+  utsname names{};
+  return uname(&names) == 0 ? names.sysname : "Unix";
+}
+
+os_version_numbers os_numbers() {
+  utsname names{};
+  os_version_numbers numbers;
+  int patch = 0;
+  if (uname(&names) != 0 || std::sscanf(names.release, "%d.%d.%d", &numbers.major, &numbers.minor, &patch) < 2)
+    return numbers;
+  // The way in which the kernel's own headers pack it: a byte for each of the lower two.
+  numbers.raw =
+      std::clamp(numbers.major, 0, 0x7fff) << 16 | std::clamp(numbers.minor, 0, 255) << 8 | std::clamp(patch, 0, 255);
+  return numbers;
+}
+
+bool is_wow64_process() { return false; }
 
 std::string os_version() {
   utsname names{};

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "support/engine_code.h"
 #include "tessaron/host_interface.h"
 
 namespace tessaron::testing {
@@ -51,7 +52,8 @@ struct fake_plugin {
 class fake_host {
  public:
   explicit fake_host(std::uint32_t appl = appl_id("TEST")) {
-    current() = this;
+    if (calling::depth() == 0) current() = this;
+    last_made() = this;
     utils = {new_handle, lock_handle, unlock_handle, dispose_handle};
     suites = {acquire, release};
     in_data.inter = {checkout_param, checkin_param, add_param, abort_call, nullptr, register_ui};
@@ -68,14 +70,16 @@ class fake_host {
     in_data.downsample_x = in_data.downsample_y = in_data.pixel_aspect_ratio = {1, 1};
     offered.insert("VDS App Suite");
   }
-  ~fake_host() {
+  virtual ~fake_host() {
     if (current() == this) current() = nullptr;
+    if (last_made() == this) last_made() = nullptr;
   }
   fake_host(const fake_host&) = delete;
   fake_host& operator=(const fake_host&) = delete;
 
   /// One command; keeps what the engine stores in out_data, as a host does.
   int call(const tessaron_plugin* plugin, int command, void* extra = nullptr, pf_world* output = nullptr) {
+    const calling scope;
     current() = this;
     out_data = {};
     out_data.global_data = in_data.global_data;
@@ -84,13 +88,18 @@ class fake_host {
     std::vector<pf_param_def*> pointers;
     for (pf_param_def& p : params) pointers.push_back(&p);
     if (pointers.empty()) pointers.push_back(&layer);
-    const int error = tessaron_main(plugin, command, &in_data, &out_data, pointers.data(), output, extra);
+    const int error = [&] {
+      const engine_code engine;
+      return tessaron_main(plugin, command, &in_data, &out_data, pointers.data(), output, extra);
+    }();
     in_data.global_data = out_data.global_data;
     in_data.sequence_data = out_data.sequence_data;
     return error;
   }
   /// Global, params and sequence setup; the first error, or 0.
   int setup(const tessaron_plugin* plugin) {
+    params.clear();
+    popup_texts.clear();
     for (const int command : {PF_Cmd_GLOBAL_SETUP, PF_Cmd_PARAMS_SETUP, PF_Cmd_SEQUENCE_SETUP})
       if (const int error = call(plugin, command)) return error;
     return 0;
@@ -125,48 +134,81 @@ class fake_host {
   std::vector<std::string> asked;        // every name asked for, in order
   std::vector<pf_image_format> formats;  // offered layouts
   std::vector<pf_image_format> accepted;
+  const tessaron_help_suite* help = nullptr;  // offered when it is there
   int accept_error = 0, register_error = 0, add_error_at = -1;
   int handles = 0, locks = 0, allocations = 0, fail_allocation = -1;
   std::uint32_t registered = 0;
   std::function<int()> on_abort;
+  std::function<void()> on_message;  // while a message is shown
   std::function<void(int, pf_param_def&)> on_checkout;
   std::vector<int> checked_out_times;
 
+ protected:
+  /// The host that this thread has last made or called; the engine calls back on the thread of the call.
+  static fake_host*& current() {
+    static thread_local fake_host* host = nullptr;
+    return host;
+  }
+  /// The host that a callback without a reference is for. A thread that has none calls for the last one made.
+  static fake_host& answering() { return current() ? *current() : *last_made(); }
+  static fake_host*& last_made() {
+    static fake_host* host = nullptr;
+    return host;
+  }
+
  private:
+  /// A call inside another gives the thread back to the host of the outer one.
+  struct calling {
+    static int& depth() {
+      static thread_local int calls = 0;
+      return calls;
+    }
+    fake_host* outer = current();
+    calling() { ++depth(); }
+    ~calling() {
+      if (--depth() > 0) current() = outer;
+    }
+  };
   struct block {
     void* data;  // what the handle points at
     int locks;
   };
-  static fake_host*& current() {
-    static fake_host* host = nullptr;
-    return host;
-  }
   static pf_handle new_handle(std::int64_t size) {
-    fake_host& host = *current();
+    const host_code own;
+    fake_host& host = answering();
     if (host.allocations++ == host.fail_allocation) return nullptr;
     ++host.handles;
     auto* b = new block{std::malloc(std::size_t(size) + 64), 0};
     return reinterpret_cast<pf_handle>(b);
   }
   static void* lock_handle(pf_handle handle) {
-    ++current()->locks;
+    const host_code own;
+    ++answering().locks;
     auto* b = reinterpret_cast<block*>(handle);
     ++b->locks;
     return b->data;
   }
   static void unlock_handle(pf_handle handle) {
-    --current()->locks;
+    const host_code own;
+    --answering().locks;
     --reinterpret_cast<block*>(handle)->locks;
   }
   static void dispose_handle(pf_handle handle) {
+    const host_code own;
     auto* b = reinterpret_cast<block*>(handle);
-    --current()->handles;
+    --answering().handles;
     std::free(b->data);
     delete b;
   }
   static std::int32_t acquire(const char* name, std::int32_t, const void** suite) {
-    fake_host& host = *current();
+    const host_code own;
+    fake_host& host = answering();
     host.asked.push_back(name);
+    if (host.help && std::strcmp(name, "Tessaron Help Suite") == 0) {
+      *suite = host.help;
+      ++host.held[name];
+      return 0;
+    }
     if (!host.offered.count(name)) return 1;
     static const pf_vds_app_suite MESSAGES = {take_message, take_about};
     static const pf_image_format_suite FORMATS = {offer_format, accept_format};
@@ -178,30 +220,38 @@ class fake_host {
     return 0;
   }
   static std::int32_t release(const char* name, std::int32_t) {
-    --current()->held[name];
+    const host_code own;
+    --answering().held[name];
     return 0;
   }
   static std::int32_t take_message(std::int32_t, const char* title, const char* text) {
-    current()->messages.push_back(std::string(title) + "|" + text);
+    const host_code own;
+    fake_host& host = answering();
+    host.messages.push_back(std::string(title) + "|" + text);
+    if (host.on_message) host.on_message();
     return 0;
   }
   static std::int32_t take_about(const char* first, const char* second) {
-    current()->about = {first, second};
+    const host_code own;
+    answering().about = {first, second};
     return 0;
   }
   static std::int32_t offer_format(void* ref, std::int32_t index, pf_image_format* format) {
+    const host_code own;
     const fake_host& host = *static_cast<fake_host*>(ref);
     if (index >= int(host.formats.size())) return 1;
     *format = host.formats[std::size_t(index)];
     return 0;
   }
   static std::int32_t accept_format(void* ref, const pf_image_format* format) {
+    const host_code own;
     fake_host& host = *static_cast<fake_host*>(ref);
     host.accepted.push_back(*format);
     return host.accept_error;
   }
   static std::int32_t checkout_param(void* ref, std::int32_t index, std::int32_t time, std::int32_t, std::uint32_t,
                                      pf_param_def* def) {
+    const host_code own;
     fake_host& host = *static_cast<fake_host*>(ref);
     if (index < 0 || index >= int(host.params.size())) return 1;
     *def = host.params[std::size_t(index)];
@@ -211,6 +261,7 @@ class fake_host {
   }
   static std::int32_t checkin_param(void*, pf_param_def*) { return 0; }
   static std::int32_t add_param(void* ref, std::int32_t index, pf_param_def* def) {
+    const host_code own;
     fake_host& host = *static_cast<fake_host*>(ref);
     if (host.params.empty()) {
       host.params.push_back(host.layer);
@@ -223,10 +274,12 @@ class fake_host {
     return 0;
   }
   static std::int32_t abort_call(void* ref) {
+    const host_code own;
     fake_host& host = *static_cast<fake_host*>(ref);
     return host.on_abort ? host.on_abort() : 0;
   }
   static std::int32_t register_ui(void* ref, std::uint32_t events) {
+    const host_code own;
     static_cast<fake_host*>(ref)->registered = events;
     return static_cast<fake_host*>(ref)->register_error;
   }

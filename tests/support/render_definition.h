@@ -158,6 +158,17 @@ class definition_renderer {
     display_dims.xy_aspect = float(f.height) / float(f.width);
     display_dims.pixel_aspect = f.pixel_aspect;
     display_dims.pixel_aspect_inv = 1.0f / f.pixel_aspect;
+    display_dims.pixel_aspect_not_1 = f.pixel_aspect != 1.0f;
+    display_dims.pixel_aspect_wide = f.pixel_aspect > 1.6f;
+    display_dims.xy_aspect_fix = fix_from_double(display_dims.xy_aspect);
+    display_dims.yx_aspect_fix = fix_from_double(1.0f / display_dims.xy_aspect);
+    display_dims.pixel_aspect_fix = fix_from_double(display_dims.pixel_aspect);
+    display_dims.pixel_aspect_inv_fix = fix_from_double(display_dims.pixel_aspect_inv);
+    const float aspects = display_dims.xy_aspect * display_dims.pixel_aspect;
+    display_dims.aspect_product_fix = fix_from_double(aspects);
+    display_dims.aspect_product_inv_fix = fix_from_double(1.0f / aspects);
+    display_dims.x_origin_fix = f.x0 * FIX_ONE;
+    display_dims.y_origin_fix = f.y0 * FIX_ONE;
     short_image_size = std::int64_t(display_dims.n_pixels) * 2;
     pixel_io.tap = keep_row;
     pixel_io.tap_user = this;

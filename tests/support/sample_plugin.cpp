@@ -1,4 +1,5 @@
-// A plug-in file as installations hold them: it exports its descriptor. It offers one effect of its own.
+// A plug-in file as installations hold them: it exports its descriptor and is linked to the engine. It offers one
+// effect of its own.
 #include "tessaron/host_interface.h"
 
 namespace {

@@ -136,7 +136,7 @@ INSTANTIATE_TEST_SUITE_P(
         fault_case{"threads", {"Flat", "--defs", "{defs.text}", "-o", "{out.png}", "--threads", "0"}, 2, "--threads"},
         fault_case{
             "missing rule", {"Flat", "--defs", "{defs.text}", "-o", "{out.png}", "--missing", "guess"}, 2, "--missing"},
-        fault_case{"plug-in is text", {"--plugin", "{defs.text}", "-o", "{out.png}"}, 1, "is not a plug-in"},
+        fault_case{"plug-in is text", {"--plugin", "{defs.text}", "-o", "{out.png}"}, 1, "no shared object"},
         fault_case{"no plug-in", {"--plugin", "{none.aex}", "-o", "{out.png}"}, 1, "no such file"},
         fault_case{"config dir", {"Keep", "--config-dir", "{none}", "-o", "{out.png}"}, 1, "not a directory"},
         fault_case{

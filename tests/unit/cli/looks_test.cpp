@@ -23,11 +23,11 @@ TEST_F(Cli, list_holds_stock_and_custom_effects_with_inputs_and_parameters) {
 
 TEST_F(Cli, config_dir_option_wins_over_the_environment) {
   scratch_folder other;
-  other.write("t_config.text", "(define Elsewhere () dest = 1)\n");
+  other.write("t_config.text", "(define Elsewhere () () dest = 1)\n");
   const auto result = run({"list", "--config-dir", other.path()});
   EXPECT_EQ(result.status, 0);
-  EXPECT_TRUE(has(result.out, "Elsewhere  (custom, "));
-  EXPECT_FALSE(has(result.out, "Vignette"));
+  EXPECT_TRUE(has(result.out, "Elsewhere  (custom, " + other.path() + "/t_config.text:1)")) << result.out;
+  EXPECT_FALSE(has(result.out, "My_Own"));
 }
 
 TEST_F(Cli, info_reads_as_json_and_as_text) {

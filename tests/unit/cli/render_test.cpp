@@ -185,19 +185,6 @@ TEST_F(Cli, a_float_file_holds_what_16_bit_samples_say) {
   EXPECT_EQ(reinterpret_cast<const std::uint16_t*>(picture.row(0))[2], 65535);
 }
 
-TEST_F(Cli, a_plug_in_file_renders_what_it_offers) {
-  folder.write("in.ppm", tiny_ppm({16, 32, 64, 1, 2, 3}));
-  for (const std::vector<std::string>& effect : {std::vector<std::string>{}, {"Plugged"}}) {
-    std::vector<std::string> arguments{"render"};
-    arguments.insert(arguments.end(), effect.begin(), effect.end());
-    arguments.insert(arguments.end(),
-                     {"--plugin", SAMPLE_PLUGIN, "-i", path("in.ppm"), "-p", "Gain=2", "-o", path("out.ppm")});
-    const auto result = run(arguments);
-    ASSERT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(samples("out.ppm"), (ints{32, 64, 128, 2, 4, 6}));
-  }
-}
-
 TEST_F(Cli, custom_effects_come_after_the_stock_effects) {
   folder.write("in.ppm", tiny_ppm({1, 2, 3, 4, 5, 6}));
   const auto result = run({"render", "My Own", "-i", path("in.ppm"), "-o", path("out.ppm")});

@@ -30,6 +30,14 @@ TEST(Names, a_part_of_a_name_is_near) {
   EXPECT_EQ(near_names("shift", {"hue_shift", "rotate"}), (std::vector<std::string>{"hue_shift"}));
 }
 
+TEST(Names, hosts_show_names_in_ascii_with_capitals_and_single_blanks) {
+  EXPECT_TRUE(is_shown_as("Back_Plate", "Back Plate"));
+  EXPECT_TRUE(is_shown_as("back__plate_", "Back Plate"));
+  EXPECT_TRUE(is_shown_as("caf\xc3\xa9", "Caf"));
+  EXPECT_FALSE(is_shown_as("Back", "Back Plate"));
+  EXPECT_FALSE(is_shown_as("BackPlate", "Back Plate"));
+}
+
 TEST(Names, suggestion_reads_as_a_question) {
   EXPECT_EQ(suggestion("blurr", {"blur", "warp"}), " Did you mean blur?");
   EXPECT_EQ(suggestion("zzz", {"blur", "warp"}), "");

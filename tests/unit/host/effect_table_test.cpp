@@ -167,6 +167,43 @@ TEST(effect_table, a_table_without_a_plugin_name_is_reported) {
   EXPECT_TRUE(reports.has("effect table: bad plugin name"));
 }
 
+TEST(effect_table, a_table_with_no_plugin_name_at_all_is_reported_too) {
+  loaded_effects effects({"(define A () dest = x)"}, nullptr);
+  effects->effect_table = make_effect_table();
+  report_capture reports;
+  get_effect_index_from_genotype("A");
+  EXPECT_TRUE(reports.has("effect table: bad plugin name"));
+}
+
+TEST(effect_table, a_member_out_of_place_is_named_with_the_one_expected_there) {
+  hand_made_table t;
+  t.add("A", {"Source"});
+  t.add("B", {"Source"});
+  t.add("B", {"Source", "Matte"});
+  t.add("A", {"Source", "Matte"});
+  report_capture reports;
+  check_effect_grid(*t.table);
+  EXPECT_EQ(reports.count(), 2u) << reports.all();
+  EXPECT_TRUE(
+      reports.has("Plug: effect B with mask 3 out of order.  Since it's 0 down in its effect table column, I expected "
+                  "it to be A."));
+  EXPECT_TRUE(
+      reports.has("Plug: effect A with mask 3 out of order.  Since it's 1 down in its effect table column, I expected "
+                  "it to be B."));
+}
+
+TEST(effect_table, a_name_more_in_a_column_than_in_the_popup_is_expected_to_be_nothing) {
+  hand_made_table t;
+  t.add("A", {"Source"});
+  t.table->columns[0].members.push_back({t.table->popup_names[0], 1});
+  report_capture reports;
+  check_effect_grid(*t.table);
+  EXPECT_TRUE(
+      reports.has("Plug: effect A with mask 1 out of order.  Since it's 1 down in its effect table column, I expected "
+                  "it to be ."))
+      << reports.all();
+}
+
 TEST(effect_table, a_table_is_freed_with_its_last_reference) {
   hand_made_table t;
   t.add("A", {"Source"});
@@ -237,10 +274,58 @@ TEST_F(input_columns, the_popup_is_numbered_from_1) {
   popup.u.popup.value = 2;
   EXPECT_EQ(popup_index_for_params(params), 1);
   popup.u.popup.value = 0;
-  EXPECT_EQ(popup_index_for_params(params), 0);
+  EXPECT_EQ(popup_index_for_params(params), -1) << "no entry of the popup";
+  popup.u.popup.value = -2147483647 - 1;
+  EXPECT_EQ(popup_index_for_params(params), -1);
   effects->effect_table->n_popup_names = 1;
   popup.u.popup.value = 2;
   EXPECT_EQ(popup_index_for_params(params), 0);
+}
+
+TEST_F(input_columns, a_host_that_gives_no_popup_gets_the_first_row) {
+  pf_in_data in_data = {};
+  pf_param_def popup = {};
+  popup.u.popup.value = 2;
+  pf_param_def* params[] = {nullptr, nullptr, &popup};
+  effects->in_data = &in_data;
+  effects->popup_param_index = 2;
+  in_data.num_params = 2;  // fewer than were declared
+  EXPECT_EQ(popup_index_for_params(params), 0);
+  in_data.num_params = 3;
+  EXPECT_EQ(popup_index_for_params(params), 1);
+  params[2] = nullptr;
+  EXPECT_EQ(popup_index_for_params(params), 0);
+  EXPECT_EQ(popup_index_for_params(nullptr), 0);
+  effects->popup_param_index = 0;  // never declared
+  EXPECT_EQ(popup_index_for_params(params), 0);
+}
+
+// Written from the rule: slot 0 counts; absent and optional does not; present, optional, and the first input's own
+// layer does not, if a column exists without it; all else does.
+TEST_F(input_columns, every_connection_of_four_inputs_follows_the_rule) {
+  loaded_effects four({"(define A (Source One Two Three) dest = (+ (+ Source One) (+ Two Three)))"});
+  four->effect_table = make_effect_table();
+  int layers[4] = {};
+  for (int optional = 0; optional < 16; ++optional)
+    for (int present = 0; present < 16; ++present)
+      for (int same = 0; same < 16; ++same)
+        for (const std::uint32_t other_column : {0xfu, 0x1u, 0xdu}) {
+          four->genotypes[0]->default_self_inputs = std::uint8_t(optional);
+          four->effect_table->columns = {{0xf, {}}, {other_column, {}}};
+          const void* data[4] = {};
+          std::uint32_t expected = 1;
+          for (int i = 0; i < 4; ++i) {
+            const bool is_present = present >> i & 1, is_optional = optional >> i & 1, repeats = same >> i & 1;
+            if (is_present) data[i] = repeats ? &layers[0] : &layers[i];
+            if (i == 0) continue;
+            bool counts = true;
+            if (!is_present && is_optional) counts = false;
+            if (is_present && is_optional && data[i] == data[0] && !(other_column >> i & 1)) counts = false;
+            if (counts) expected |= 1u << i;
+          }
+          ASSERT_EQ(connected_input_mask(std::uint32_t(present), data), expected)
+              << "optional " << optional << " present " << present << " same " << same << " column " << other_column;
+        }
 }
 
 // --- select_effect_i -------------------------------------------------------------------------------

@@ -290,15 +290,6 @@ TEST(entry, an_event_of_an_instance_without_handles_is_ignored) {
   host.setdown(plugin.get());
 }
 
-TEST(entry, about_with_a_record_says_that_the_help_window_is_missing) {
-  fake_host host;
-  fake_plugin plugin({PLAIN});
-  ASSERT_EQ(host.call(plugin.get(), PF_Cmd_GLOBAL_SETUP), 0);
-  EXPECT_EQ(host.call(plugin.get(), PF_Cmd_ABOUT), PF_Err_INTERNAL);
-  EXPECT_TRUE(host.has_message("help window is not built yet"));
-  host.call(plugin.get(), PF_Cmd_GLOBAL_SETDOWN);
-}
-
 TEST(abort, the_hosts_answer_is_kept_and_asked_for_once) {
   fake_host host;
   globals_record record = {};

@@ -241,9 +241,8 @@ TEST_F(fetch, dials_of_digital_fusion) {
   EXPECT_EQ(engine().value[0], -30.0f);  // 120 * -1 * 1 + 90
 }
 
-TEST_F(fetch, the_pixel_scale_bit_takes_the_angle_sign) {
-  declare("a = 1 (min *)");
-  engine().flags[4] |= PARAM4_PIXEL_SCALE;
+TEST_F(fetch, an_angle_on_a_slider_turns_like_one_on_a_dial) {
+  declare("a = 1 (angle)");
   shown().u.slider.value = fixed16(2);
   fetch_param(engine());
   EXPECT_EQ(engine().value[0], -2.0f);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "base/report.h"
+#include "host/host_report.h"
 #include "host/host_state.h"
 #include "support/fake_host.h"
 
@@ -32,14 +33,14 @@ TEST_F(host_messages, the_host_gets_title_and_labelled_text) {
   ASSERT_EQ(host.messages.size(), 3u);
   EXPECT_EQ(host.messages[0], "Tessaron Plug-ins Error|Error: Something is wrong.");
   EXPECT_EQ(host.messages[1], "Tessaron Plug-ins Warning|Warning: Careful");
-  EXPECT_EQ(host.messages[2], "Tessaron Plug-ins|  plain");
+  EXPECT_EQ(host.messages[2], "Tessaron Plug-ins |  plain");
   EXPECT_EQ(host.held["VDS App Suite"], 0);
 }
 
 TEST_F(host_messages, a_long_message_is_cut) {
   host_report(REPORT_PLAIN, std::string(5000, 'x').c_str());
   ASSERT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(host.messages[0].size(), std::string("Tessaron Plug-ins|").size() + 2018);
+  EXPECT_EQ(host.messages[0].size(), std::string("Tessaron Plug-ins |").size() + 2018);
 }
 
 TEST_F(host_messages, what_the_host_does_not_take_goes_to_the_user) {

@@ -271,7 +271,7 @@ TEST_F(params_setup_command, combustions_suite_is_held_while_a_plugin_lives) {
 // --- custom plug-ins -----------------------------------------------------------------------------------
 
 struct custom_plugins : params_setup_command {
-  scratch_folder scratch;
+  testing::scratch_folder scratch;
   std::filesystem::path folder = scratch.path();
   void SetUp() override {
     std::ofstream(folder / "t_config.text") << "multi_process_enable: 1\nforce_pixel_aspect_ratio: 0\n"

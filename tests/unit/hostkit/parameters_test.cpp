@@ -1,15 +1,10 @@
 // Parameters as the host kit holds them: defaults, values in the definition's numbers, curves.
 #include <gtest/gtest.h>
 
-#include "hostkit/parameter_value.h"
+#include "support/parameter_value.h"
 #include "support/render_kit.h"
 
 using namespace tessaron::testing;
-using tessaron::hostkit::definition_param;
-using tessaron::hostkit::host_error;
-using tessaron::hostkit::host_param;
-using tessaron::hostkit::parameter_map;
-using tessaron::hostkit::set_value;
 
 namespace {
 

@@ -295,6 +295,25 @@ TEST_F(InstallerRun, a_template_without_the_placeholder_is_copied) {
   EXPECT_TRUE(installed("One") == all);
 }
 
+TEST_F(InstallerRun, a_short_read_is_no_error) {
+  // The system's own files say that they are larger than what they give.
+  const std::string short_file = "/sys/devices/system/cpu/online";
+  std::error_code missing;
+  const auto size = fs::file_size(short_file, missing);
+  std::ostringstream given;
+  given << std::ifstream(short_file, std::ios::binary).rdbuf();
+  if (missing || given.str().empty() || given.str().size() >= size) GTEST_SKIP() << "no such file on this system";
+  fs::remove(config + "/CustomAE.tmpl");
+  fs::create_symlink(short_file, config + "/CustomAE.tmpl");
+  const command_result result = run({"-v"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(result.out.find("File is " + std::to_string(size) + " bytes.\nRead " + std::to_string(given.str().size()) +
+                            " bytes.\nInstalled"),
+            std::string::npos)
+      << result.out;
+  EXPECT_EQ(installed("One"), given.str() + std::string(size - given.str().size(), '\0'));
+}
+
 TEST_F(InstallerRun, a_template_of_200_megabytes_is_copied_whole) {
   constexpr std::size_t SIZE = 200u << 20;
   write_config("t_config.text", "(define One (Source) () dest = Source)");

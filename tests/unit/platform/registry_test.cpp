@@ -119,10 +119,9 @@ TEST_F(Registry, what_cannot_be_written_is_refused) {
   EXPECT_FALSE(write_registry_number(registry_root::local_machine, KEY, "n", 1));
   EXPECT_FALSE(write_registry_number(registry_root::current_user, KEY, "a=b", 1));
   EXPECT_FALSE(write_registry_number(registry_root::current_user, KEY, "a\nb", 1));
-  std::ofstream(root.string() + "_file") << "x";
-  setenv("XDG_CONFIG_HOME", (root.string() + "_file").c_str(), 1);
+  std::ofstream(root / "a_file") << "x";
+  setenv("XDG_CONFIG_HOME", (root / "a_file").c_str(), 1);
   EXPECT_FALSE(write_registry_number(registry_root::current_user, KEY, "n", 1));
-  fs::remove(root.string() + "_file");
 }
 
 class Notices : public ::testing::Test {
@@ -158,7 +157,8 @@ TEST_F(Notices, debug_output_is_heard_when_the_environment_asks) {
 }
 
 TEST_F(Notices, documents_that_cannot_be_opened_give_the_shells_numbers) {
-  const fs::path page = root / "page.html";
+  const testing::scratch_folder folder;
+  const fs::path page = folder.file("page.html");
   EXPECT_EQ(open_document(page.string(), "/"), 2);
   EXPECT_EQ(open_document("file://" + page.string(), "/"), 2);
   EXPECT_EQ(open_document("/no/such/folder/page.html", "/"), 3);

@@ -46,6 +46,19 @@ const bad_record BAD_RECORDS[] = {
        in.downsample_x = {1, 1000000};
      },
      "leaves nothing of a layer of 8"},
+    {"downsample_to_a_giant",
+     [](auto& in, auto**, auto&) {
+       in.downsample_x = {2147483647, 1};
+     },
+     "Downsample of 2147483647/1 in x makes too much of a layer of 8 pixels."},
+    {"downsample_beyond_the_largest_side",
+     [](auto& in, auto**, auto&) {
+       in.downsample_y = {32768, 6};
+     },
+     "Downsample of 32768/6 in y makes too much of a layer of 6 pixels."},
+    {"field_below_0", [](auto& in, auto**, auto&) { in.field = -1; }, "A frame of field -1"},
+    {"no_checkin", [](auto& in, auto**, auto&) { in.inter.checkin_param = nullptr; }, "no call to check out"},
+    {"no_layer_record", [](auto&, auto** p, auto&) { p[0] = nullptr; }, "gave no parameters with the frame"},
     {"field_3", [](auto& in, auto**, auto&) { in.field = 3; }, "A frame of field 3"},
     {"no_checkout", [](auto& in, auto**, auto&) { in.inter.checkout_param = nullptr; }, "no call to check out"},
 };

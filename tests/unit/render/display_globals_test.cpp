@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "evaluator/frame.h"
 #include "evaluator/temp_images.h"
 #include "host/configuration.h"
@@ -131,6 +133,74 @@ TEST_F(DisplayDims, scaled_sizes_are_rounded_and_at_least_1) {
   EXPECT_EQ(scaled_size(1921, 0.5), 961);
   EXPECT_EQ(scaled_size(1921, 0.25), 480);
   EXPECT_EQ(scaled_size(1, 0.25), 1);
+  EXPECT_EQ(scaled_size(3, 0.5), 2);
+}
+
+TEST_F(DisplayDims, scaled_sizes_beyond_whole_numbers_stop_at_their_end) {
+  constexpr int MOST = 2147483647;
+  EXPECT_EQ(scaled_size(32767, downsample_fraction({MOST, 1})), MOST);
+  EXPECT_EQ(scaled_size(1, downsample_fraction({-MOST, 1})), 1);
+  render_info = {};
+  render_info.frame_x1 = 32766;
+  render_info.scale_x = render_info.downsample_y = MOST;
+  ASSERT_TRUE(set_display_dim_globals(32767, 1, MOST, MOST));
+  EXPECT_EQ(display_dims.full_width, MOST);
+  EXPECT_EQ(display_dims.full_height, MOST);
+}
+
+// Everything that a render sets of the display, from the rules, for layers of many kinds.
+TEST_F(DisplayDims, follow_the_rules_for_any_layer_scale_and_view) {
+  const pf_rational scales[] = {{1, 1}, {1, 2}, {1, 3}, {2, 3}, {3, 0}};
+  const auto ratio = [](pf_rational q) { return q.den ? double(q.num) / q.den : double(q.num); };
+  const auto nearest_fix = [](double v) { return fix(std::nearbyint(v * 4096)); };  // ties to even
+  for (const auto& [width, height] : {std::pair(1920, 1080), std::pair(7, 5), std::pair(1, 333)})
+    for (const pf_rational down_x : scales)
+      for (const pf_rational down_y : scales)
+        for (const float aspect : {1.0f, 0.9f, 1.46f}) {
+          temp_raster_info = {};
+          temp_raster_info.width = 13;
+          temp_raster_info.height = 9;
+          temp_raster_info.x0 = -4;
+          temp_raster_info.y0 = 31;
+          in.width = width;
+          in.height = height;
+          in.downsample_x = down_x;
+          in.downsample_y = down_y;
+          render_info = {};
+          render_info.frame_x1 = width - 1;
+          render_info.frame_y1 = height - 1;
+          render_info.scale_x = render_info.downsample_x = ratio(down_x);
+          render_info.downsample_y = ratio(down_y);
+          set_pixel_aspect_ratio(aspect);
+          ASSERT_TRUE(set_display_dim_globals(width, height, ratio(down_x), ratio(down_y)));
+          const display_dims_record& d = display_dims;
+          EXPECT_EQ(d.display_width, std::max(1, int(std::trunc(width * ratio(down_x) + 0.5))));
+          EXPECT_EQ(d.display_height, std::max(1, int(std::trunc(height * ratio(down_y) + 0.5))));
+          EXPECT_EQ(d.full_width, std::max(1, int(std::trunc(width * ratio(down_x)))));
+          EXPECT_EQ(d.full_height, std::max(1, int(std::trunc(height * ratio(down_y)))));
+          const float xy = float(d.display_height) / float(d.display_width);
+          EXPECT_EQ(d.xy_aspect, xy);
+          EXPECT_EQ(d.xy_aspect_fix, nearest_fix(xy));
+          EXPECT_EQ(d.yx_aspect_fix, nearest_fix(1.0f / xy));
+          EXPECT_EQ(d.aspect_product_fix, nearest_fix(xy * aspect));
+          EXPECT_EQ(d.aspect_product_inv_fix, nearest_fix(1.0f / (xy * aspect)));
+          EXPECT_EQ(d.n_pixels, 117);
+          EXPECT_EQ(d.view_width, 13);
+          EXPECT_EQ(d.view_height, 9);
+          EXPECT_EQ(d.x_origin_fix, -16384);
+          EXPECT_EQ(d.y_origin_fix, 126976);
+        }
+}
+
+TEST_F(DisplayDims, the_origin_of_an_empty_view_stays) {
+  temp_raster_info = {};
+  temp_raster_info.width = temp_raster_info.height = 1;
+  temp_raster_info.x0 = 5;
+  ASSERT_TRUE(set_display_dim_globals(100, 50, 1, 1));
+  temp_raster_info.width = 0;
+  temp_raster_info.x0 = 9;
+  ASSERT_TRUE(set_display_dim_globals(100, 50, 1, 1));
+  EXPECT_EQ(display_dims.x_origin_fix, 5 << 12);
 }
 
 TEST_F(DisplayDims, hold_the_scaled_layer_its_ratio_and_the_view) {

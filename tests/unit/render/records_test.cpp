@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
+#include <cstring>
 
 #include "host/alpha_modes.h"
 #include "host/host_state.h"
@@ -209,48 +209,41 @@ TEST_F(RenderRectangle, the_output_reaches_at_most_30000_beyond_its_corner) {
   EXPECT_EQ(render(), make_rectangle(-100, 0, 29900, 30000));
 }
 
-TEST_F(RenderRectangle, an_operator_keeps_the_whole_view_in_planes) {
+/// The view after a render of 5,6 to 14,7 with a matte of 10,5 to 49,24 over an input of 0,0 to 59,49.
+struct ViewOf : RenderRectangle {
+  rectangle view(const fun_info& fun) {
+    node n = {};
+    n.kind = KIND_FUNCTION;
+    n.fun = &fun;
+    g.nodes = &n;
+    g.n_nodes = 1;
+    input(0, 0, 0, 60, 50);
+    input(1, 10, 5, 40, 20, true);
+    whole = {5, 6, 15, 8};
+    EXPECT_EQ(render(), make_rectangle(10, 6, 14, 7));
+    EXPECT_EQ(temp_raster_info.width, temp_raster_info.x1 - temp_raster_info.x0 + 1);
+    EXPECT_EQ(temp_raster_info.height, temp_raster_info.y1 - temp_raster_info.y0 + 1);
+    return raster_rectangle(temp_raster_info);
+  }
+};
+
+TEST_F(ViewOf, a_function_that_minds_its_own_pixel_is_what_is_rendered) {
+  EXPECT_EQ(view(fun_info{}), make_rectangle(10, 6, 14, 7));
+}
+
+TEST_F(ViewOf, an_operator_is_all_that_the_effect_covers_beyond_hint_and_matte) {
   fun_info fun = {};
   fun.is_image_fun = 1;
-  node n = {};
-  n.kind = KIND_FUNCTION;
-  n.fun = &fun;
-  g.nodes = &n;
-  g.n_nodes = 1;
-  whole = {5, 6, 15, 8};
-  EXPECT_EQ(render(), make_rectangle(5, 6, 14, 7));
-  EXPECT_EQ(temp_raster_info.width, 100);
-  EXPECT_EQ(temp_raster_info.height, 50);
+  EXPECT_EQ(view(fun), make_rectangle(0, 0, 59, 49));
 }
 
-// --- bounds --------------------------------------------------------------------------------------
-
-void grow_by_7(node& n) {
-  n.args[0]->bounds->region = unite(n.args[0]->bounds->region, grow(n.bounds->region, 7, 7, 7, 7));
-}
-
-// Root 0: f(1, 2). Node 1: g(3), with a hook. Nodes 2 and 3: sources.
-TEST(Bounds, go_from_the_root_to_the_sources_through_hooks_and_plain_nodes) {
-  fun_info plain = {}, growing = {};
-  growing.bounds_hook = grow_by_7;
-  std::vector<node> nodes(4);
-  nodes[0].kind = nodes[1].kind = KIND_FUNCTION;
-  nodes[0].pass_arg = nodes[1].pass_arg = nodes[2].pass_arg = nodes[3].pass_arg = -1;
-  nodes[0].fun = &plain;
-  nodes[0].eval_arg_number = 2;
-  nodes[0].args[0] = &nodes[1];
-  nodes[0].args[1] = &nodes[2];
-  nodes[1].fun = &growing;
-  nodes[1].eval_arg_number = 1;
-  nodes[1].args[0] = &nodes[3];
-  nodes[2].kind = nodes[3].kind = KIND_BUILT_IN;
-  nodes[2].var_index = VAR_SOURCE0;
-  nodes[3].var_index = VAR_SOURCE0 + 1;
-  genotype g = {};
-  g.nodes = nodes.data();
-  g.n_nodes = 4;
-  EXPECT_EQ(bounds_of_tree(g, make_rectangle(0, 0, 9, 9)), make_rectangle(-7, -7, 16, 16));
-  for (const node& n : nodes) EXPECT_EQ(n.bounds, nullptr);
+TEST_F(ViewOf, a_function_that_counts_pixels_is_the_effects_rectangle_whatever_the_hint) {
+  fun_info fun = {};
+  fun.position_dependent = true;
+  EXPECT_EQ(view(fun), make_rectangle(10, 5, 49, 24));
+  fun_info query = {};
+  std::strcpy(query.name, "get_max_fnoise_freq");
+  EXPECT_EQ(view(query), make_rectangle(10, 5, 49, 24));
 }
 
 // --- registering images --------------------------------------------------------------------------

@@ -58,6 +58,19 @@ TEST_F(FindEngine, without_one_the_host_gets_an_error_and_a_message) {
       ::testing::ExitedWithCode(0), "The Tessaron engine can't be loaded");
 }
 
+TEST_F(FindEngine, a_host_kits_error_has_the_message) {
+  const auto refused = [](const std::string& path) {
+    try {
+      const loaded_plugin loaded(path);
+      end(false);
+    } catch (const hostkit::host_error& fault) {
+      end(true, fault.what());
+    }
+  };
+  EXPECT_EXIT(refused(plugin), ::testing::ExitedWithCode(0),
+              "Global setup failed with error 512\nThe Tessaron engine can't be loaded: libtessaron.so.1: ");
+}
+
 TEST_F(FindEngine, one_that_the_host_has_loaded_is_taken) {
   EXPECT_EXIT(end(dlopen(BUILT_ENGINE.c_str(), RTLD_NOW | RTLD_LOCAL) && first_call(plugin).empty()),
               ::testing::ExitedWithCode(0), "");

@@ -74,7 +74,7 @@ class stamped_folder {
 
   stamped_folder() {
     namespace fs = std::filesystem;
-    std::string texts = "multi_process_enable: 1\n", directories;
+    std::string texts = "multi_process_enable: 1\nforce_pixel_aspect_ratio: 0\n", directories;
     for (const custom& c : customs()) texts += c.text + "\n";
     fs::create_directory(config());
     for (const char* directory : DIRECTORIES) {

@@ -17,11 +17,6 @@ struct rectangle {
   bool operator==(const rectangle&) const = default;
 };
 
-/// Region of one node, for the walk that finds how far an effect reaches (see bounds_of_tree).
-struct bounds_record {
-  rectangle region;
-};
-
 /// Limits the sides; a last column or row before the first gives an empty rectangle.
 rectangle make_rectangle(std::int64_t left, std::int64_t top, std::int64_t right, std::int64_t bottom);
 /// All four sides unbounded.

@@ -1,4 +1,4 @@
-#include "host/rectangle.h"
+#include "evaluator/rectangle.h"
 
 #include <algorithm>
 

@@ -1,0 +1,218 @@
+// defocus: what a lens out of focus makes of an image. Each point becomes a disc, a hexagon or an octagon. Samples
+// are first raised to a power, which stands for the light that the lens collects: bright points stay bright discs
+// instead of being averaged away.
+//
+// Beyond the image there is nothing: near its edges the kernel's covered part alone counts.
+#include "operators/bodies/defocus.h"
+
+#include "evaluator/frame.h"
+#include "evaluator/pixel_loop.h"
+#include "evaluator/workers.h"
+#include "genotype/genotype.h"
+#include "operators/bodies/defocus_light.h"
+#include "operators/bodies/defocus_strip.h"
+#include "operators/bodies/planes.h"
+
+namespace tessaron::TESSARON_LEVEL {
+namespace {
+
+constexpr int IMAGE = 0, GAMMA = 2, SCALE = 3;
+constexpr int ALPHA = 3;
+
+struct {
+  const defocus_table* table;
+  const std::int16_t* source;
+  std::int16_t* dest;
+  int width, height;
+  const float* lights;  // by sample
+  bool linear;          // gamma is 1
+  sample_curve curve;
+  std::byte* memory;
+  std::size_t strip_bytes, column_bytes;  // of one worker
+} job;
+
+bool stop_requested() { return check_abort() || abort_pending(); }
+
+constexpr std::size_t in_lines(std::size_t bytes) { return (bytes + CACHE_LINE - 1) / CACHE_LINE * CACHE_LINE; }
+
+std::byte* worker_memory() {
+  return job.memory + (job.strip_bytes + job.column_bytes) * std::size_t(get_proc_number());
+}
+
+// --- the part of the kernel that lies over the image ------------------------------------------------------
+
+struct covered_rows {
+  int above, below;
+};
+covered_rows rows_covered(int y) {
+  const int reach = job.table->y_reach();
+  return {fix_min(reach, y), fix_min(reach, job.height - 1 - y)};
+}
+
+/// Whether the kernel lies over the image with all its columns, for all pixels of a strip from x on.
+bool whole_width(int x) {
+  const int reach = job.table->x_reach();
+  return x >= reach && x + kernel_strip::WIDTH - 1 + reach <= job.width - 1;
+}
+
+/// 1 / weight of the covered part, 1.0 for a pixel in full: for all pixels of the row where whole_width() holds.
+float row_factor(int y) {
+  const covered_rows rows = rows_covered(y);
+  return float(FIX_ONE / job.table->sum_rows(rows.above, rows.below));
+}
+
+/// The same for each pixel of the strip from (x, y) on.
+void pixel_factors(int x, int y, float (&factors)[kernel_strip::WIDTH]) {
+  const defocus_table& table = *job.table;
+  const int reach = table.x_reach(), last = job.width - 1;
+  const covered_rows rows = rows_covered(y);
+  const float* sums = table.column_sums().data();
+  if (rows.above < table.y_reach() || rows.below < table.y_reach()) {
+    float* cut = reinterpret_cast<float*>(worker_memory() + job.strip_bytes);
+    table.sum_columns(rows.above, rows.below, cut);
+    sums = cut;
+  }
+  for (int i = 0; i < kernel_strip::WIDTH; ++i) {
+    // Columns of the kernel from the first to the last that the image covers.
+    const int column = fix_min(x + i, last);
+    const int from = fix_max(reach - column, 0), to = fix_min(reach + last - column, 2 * reach);
+    factors[i] = float(FIX_ONE / (double(sums[to + 1]) - (from > 0 ? double(sums[from]) : 0.0)));
+  }
+}
+
+// --- rows ----------------------------------------------------------------------------------------------------
+
+/// Going down a strip, the processor doesn't guess which rows come next: asks for a part of a row some rows ahead.
+template <bool TO_WRITE>
+void prefetch_row(const std::int16_t* samples, int count, int y) {
+  constexpr int AHEAD = 8, LINE = CACHE_LINE / int(sizeof(std::int16_t));
+  if (y + AHEAD >= job.height) return;
+  samples += std::int64_t(AHEAD) * job.width;
+  for (int i = 0; i < count; i += LINE) __builtin_prefetch(samples + i, TO_WRITE);
+}
+
+/// The light of row y, for a strip that begins at column x, with as many columns to either side as the kernel
+/// reaches. Columns and rows beyond the image have none.
+void read_light(int x, int y, float* light) {
+  const int reach = job.table->x_reach() + 1;
+  const int first = fix_max(x - reach, 0), end = fix_min(x + kernel_strip::WIDTH + reach, job.width);
+  if (y < 0 || y >= job.height) {
+    for (int i = first; i < end; ++i) light[i - x] = 0;
+    return;
+  }
+  const std::int16_t* samples = job.source + std::int64_t(y) * job.width;
+  prefetch_row<false>(samples + first, end - first, y);
+  if (job.linear)
+    for (int i = first; i < end; ++i) light[i - x] = float(samples[i]) * (1.0f / FIX_ONE);
+  else
+    for (int i = first; i < end; ++i) light[i - x] = job.lights[samples[i]];
+}
+
+/// Sums as samples; `factor_of` gives the factors of a vector of pixels.
+template <class Factor>
+void convert_sums(const float* sums, std::int16_t* samples, Factor factor_of) {
+  const sample_curve curve = job.curve;
+  for (int i = 0; i < kernel_strip::WIDTH; i += VECTOR_LANES)
+    *reinterpret_cast<sample_vector*>(samples + i) =
+        curve.of(*reinterpret_cast<const float_vector*>(sums + i) * factor_of(i));
+}
+
+void write_samples(const float* sums, int x, int y) {
+  constexpr int WIDTH = kernel_strip::WIDTH;
+  std::int16_t* out = job.dest + std::int64_t(y) * job.width + x;
+  const int count = fix_min(WIDTH, job.width - x);
+  prefetch_row<true>(out, count, y);
+  if (whole_width(x)) {
+    const float factor = row_factor(y);
+    convert_sums(sums, out, [factor](int) { return factor; });
+    return;
+  }
+  alignas(CACHE_LINE) float factors[WIDTH];
+  std::int16_t samples[WIDTH];
+  pixel_factors(x, y, factors);
+  convert_sums(sums, samples, [&factors](int i) { return *reinterpret_cast<const float_vector*>(factors + i); });
+  for (int i = 0; i < count; ++i) out[i] = samples[i];
+}
+
+/// Rows first to end - 1 of the strip at column x. Pairs of rows begin at even rows for every worker, so that sums
+/// are formed in the same order.
+void filter_strip(kernel_strip& strip, int x, int first, int end) {
+  const int reach = job.table->y_reach();
+  const int start = (first - reach) & ~1;
+  const auto pair_in_image = [](int y) { return y + 1 >= 0 && y < job.height; };
+  const auto read_pair = [&](int y) {
+    if (!pair_in_image(y)) return;
+    for (int row : {0, 1}) read_light(x, y + row, strip.light(row));
+  };
+  strip.start();
+  read_pair(start);
+  for (int y = start; y - reach < end; y += 2) {
+    if (y % 16 == 0 && stop_requested()) return;
+    // The light of the next pair is read before this one is added: what was just stored is slow to load.
+    strip.take_light();
+    read_pair(y + 2);
+    if (pair_in_image(y)) strip.add();
+    for (int row : {0, 1}) {
+      const int done = y + row - reach;
+      if (done >= first && done < end) write_samples(strip.finished(row), x, done);
+    }
+    strip.advance();
+  }
+}
+
+void forked_strips() {
+  int first = 0, count = 0;
+  split_rows(job.height, &first, &count);
+  if (count <= 0) return;
+  kernel_strip strip(*job.table, worker_memory());
+  for (int x = 0; x < job.width && !abort_pending(); x += kernel_strip::WIDTH)
+    filter_strip(strip, x, first, first + count);
+}
+
+// --- planes --------------------------------------------------------------------------------------------------
+
+void defocus_plane(std::int16_t* dest, const std::int16_t* source, const defocus_table& table, fix gamma, fix scale) {
+  job.table = &table;
+  job.source = source;
+  job.dest = dest;
+  job.width = temp_raster_info.width;
+  job.height = temp_raster_info.height;
+  gamma = fix_clamp(gamma, LEAST_GAMMA, LARGEST_GAMMA);
+  job.lights = get_light_table().prepare(gamma);
+  job.linear = gamma == FIX_ONE;
+  job.curve = sample_curve(gamma, scale);
+  job.strip_bytes = in_lines(kernel_strip::bytes_needed(table));
+  job.column_bytes = in_lines((std::size_t(table.kernel_width()) + 2) * sizeof(float));
+  job.memory = plane_scratch((job.strip_bytes + job.column_bytes) * std::size_t(get_n_procs()));
+  fork_processes(forked_strips);
+}
+
+/// As in all blurs, a scale of one element leaves alpha alone.
+fix scale_of_element(const node& n, int e) {
+  const node& scale = *n.args[SCALE];
+  const bool alpha = (e == ALPHA && scale.elnum < 4) || (n.elnum == 2 && e == 1 && scale.elnum == 1);
+  return alpha ? FIX_ONE : scale.const_vals[e];
+}
+
+}  // namespace
+
+void defocus(node& n) {
+  check_image_planes(n, n.elnum + 1);
+  const int n_planes = fetch_image_arg(n, IMAGE, n.images);
+  std::int16_t* const copy = n.images[n.elnum];
+  defocus_table& table = get_defocus_table();
+  table.prepare(defocus_inputs_of(n, temp_raster_info.width, temp_raster_info.height));
+  const bool single_pixel = table.kernel_width() == 1 && table.kernel_height() == 1;
+
+  for (int e = 0; e < n_planes && !abort_pending(); ++e) {
+    const fix scale = scale_of_element(n, e);
+    if (scale == 0 || single_pixel) {
+      scale_plane(n.images[e], scale);
+      continue;
+    }
+    copy_plane(copy, n.images[e]);
+    defocus_plane(n.images[e], copy, table, n.args[GAMMA]->const_vals[e], scale);
+  }
+}
+
+}  // namespace tessaron::TESSARON_LEVEL

@@ -1,0 +1,131 @@
+// The engine's own memory runs out: each allocation of a life fails once. Whatever fails, nothing crashes, nothing
+// is left behind, and the next life is a sound one.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include "evaluator/workers.h"
+#include "failing_heap.h"
+#include "genotype/text_reader.h"
+#include "host/configuration.h"
+#include "installer/custom_listing.h"
+#include "sample_plugin.h"
+#include "support/scratch_folder.h"
+
+namespace tessaron {
+namespace {
+
+using namespace testing;
+
+struct failing_heap : ::testing::Test {
+  void SetUp() override {
+    stop_fork_workers();
+    set_processor_override(1);  // a worker may not raise, and allocates nothing
+    ::testing::internal::CaptureStderr();
+  }
+  void TearDown() override {
+    failing_allocation = -1;
+    ::testing::internal::GetCapturedStderr();
+    stop_fork_workers();
+    set_processor_override(0);
+  }
+};
+
+/// Plays lives in which the k-th allocation fails, for all k; returns how many there were. `field`: what the
+/// picture of a sound life is filled with.
+std::int64_t fail_each(fake_plugin plugin, bool heedless, int field) {
+  const auto start_process_anew = [] {
+    reset_config();
+    stop_fork_workers();
+  };
+  const auto live_soundly = [&] {
+    start_process_anew();
+    scripted_host host(kind_of_host("unknown"));
+    EXPECT_EQ(host.play(plugin.get()).first_error(), 0) << (host.messages.empty() ? "" : host.messages.back());
+    EXPECT_TRUE(filled_with(host.output, field)) << int(host.output.fields[0]);
+  };
+  live_soundly();  // what is made once in a process
+  engine_allocations = 0;
+  live_soundly();
+  const std::int64_t count = engine_allocations, live_at_first = live_objects();
+  std::int64_t tolerated = 0;
+  for (std::int64_t k = 0; k < count; ++k) {
+    SCOPED_TRACE("allocation " + std::to_string(k));
+    const std::int64_t before = live_objects();
+    {
+      start_process_anew();
+      scripted_host host(kind_of_host("unknown"));
+      engine_allocations = 0;
+      failing_allocation = k;
+      const int error = host.play(plugin.get(), heedless).first_error();
+      failing_allocation = -1;
+      EXPECT_TRUE(error == PF_Err_INTERNAL || error == 0) << error;
+      tolerated += error == 0;
+      EXPECT_EQ(host.left_behind(), "");
+      EXPECT_EQ(host_state.n_global_setups, 0);
+      EXPECT_EQ(open_file_count, 0);
+    }
+    EXPECT_LE(live_objects(), before + 1) << "a buffer of the process may have come back";
+  }
+  EXPECT_LT(tolerated, count / 4) << "an allocation that fails is an error, but for messages";
+  live_soundly();
+  EXPECT_LE(live_objects(), live_at_first + 2);
+  return count;
+}
+
+/// Every text that a definition may hold, and two effects that merge what they share.
+fake_plugin plugin_of_many_texts() {
+  fake_plugin plugin;
+  for (const char* name : {"One", "Two"})
+    plugin.effects.push_back(
+        std::string("// What the effect does,\n// in two lines.\n(define ") + name +
+        " (Source) (rgba_ok share_all effect_popup_name The_" + name +
+        ")\n"
+        " Place = [1 2] (screen page First widget cross_circle.center name The_Place use_wenable Show default_on 1 "
+        "ignore)\n"
+        " Show = 1 (boolean ignore page_open \"Second page\" widget cross." +
+        name +
+        " default_off)\n"
+        " Level = 3 (group_start Numbers slider_range 0 10 ignore)\n"
+        " Kinds = [0 1] (ignore group_end Numbers popup Plain \"Two words\" A_third)\n"
+        " unseen = (* x 2)\n"
+        " half = (* Source 0.5)\n"
+        " planes = (gamma half 2)\n"
+        " dest = (- (+ planes half) planes))");
+  plugin.suffixes = {" // of a family", ""};
+  return plugin;
+}
+
+TEST_F(failing_heap, each_allocation_of_a_life) { EXPECT_GT(fail_each(sample_plugin(), false, SAMPLE_FIELD), 100); }
+
+TEST_F(failing_heap, each_allocation_of_a_life_with_a_host_that_goes_on) {
+  EXPECT_GT(fail_each(sample_plugin(), true, SAMPLE_FIELD), 100);
+}
+
+// 64 is 1028 in fix; half of it is 32.
+TEST_F(failing_heap, each_allocation_of_a_plugin_of_many_texts) {
+  EXPECT_GT(fail_each(plugin_of_many_texts(), false, 32), 100);
+}
+
+TEST_F(failing_heap, each_allocation_of_a_custom_plugin) {
+  scratch_folder folder;
+  const std::string before = ::getenv("TESSARON_CONFIG_DIR");
+  const auto use = [](const std::string& path) {
+    ::setenv("TESSARON_CONFIG_DIR", path.c_str(), 1);
+    reset_custom_listing();
+    reset_config();
+  };
+  folder.write("t_config.text",
+               "multi_process_enable: 1\nforce_pixel_aspect_ratio: 0\n"
+               "(define Half (Source) (rgba_ok) dest = (* Source 0.5))\n");
+  use(folder.path());
+  for (const char* name : {"Half", "TessaronCustomPlugin___________"}) {
+    fake_plugin plugin;
+    plugin.name = name;
+    plugin.record.is_custom = 1;
+    EXPECT_GT(fail_each(plugin, false, 32), 20) << name;
+  }
+  use(before);
+}
+
+}  // namespace
+}  // namespace tessaron
