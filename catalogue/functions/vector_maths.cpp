@@ -32,20 +32,15 @@ struct squared_length {
   }
 };
 
-/// A length in pixels as a part of half the frame's width. Products keep all their bits before the
+/// A length in pixels of the render as a part of half the frame's width. Products keep all their bits before the
 /// shift: positions in pixels pass the range of a 32-bit product at once.
-static inline fix pixels_to_norm(fix pixels, fix scale, fix aspect) {
-  const fix working = fix((std::int64_t(pixels) * scale) >> FIX_BITS);
-  const fix square = fix((std::int64_t(working) * aspect) >> FIX_BITS);
+static inline fix pixels_to_norm(fix pixels, fix aspect) {
+  const fix square = fix((std::int64_t(pixels) * aspect) >> FIX_BITS);
   const int width = display_dims.display_width > 0 ? display_dims.display_width : 1;
   return fix(std::int64_t(square) * 2 / width);
 }
-static inline fix x_pixels_to_norm(fix x) {
-  return pixels_to_norm(x, fix_from_double(render_info.downsample_x), FIX_ONE);
-}
-static inline fix y_pixels_to_norm(fix y) {
-  return pixels_to_norm(y, fix_from_double(render_info.downsample_y), display_dims.pixel_aspect_fix);
-}
+static inline fix x_pixels_to_norm(fix x) { return pixels_to_norm(x, FIX_ONE); }
+static inline fix y_pixels_to_norm(fix y) { return pixels_to_norm(y, display_dims.pixel_aspect_fix); }
 
 /// Pixels from the lower left corner to coordinates around the centre.
 struct position_to_norm {

@@ -18,7 +18,7 @@ constexpr int ROWS = 16;                     // that are taken at once, in both 
 constexpr int COLUMNS = 32;                  // that are transposed before the filters go on: a cache line of a row
 constexpr std::size_t RING_BYTES = 8 << 20;  // of a worker; beyond, parts of rows are taken
 
-struct {
+constinit struct {
   blur_plan plan;
   const std::int16_t* plane;
   std::int32_t* image;  // the long image
@@ -31,7 +31,7 @@ struct {
   std::int16_t* saved_rows;  // of the plane, around the bands' borders, where results go into the plane
   int reach;                 // rows that a band needs beyond its ends
   int n_tiles;
-} job;
+} job = {};
 
 bool stop_requested() { return check_abort() || abort_pending(); }
 

@@ -18,16 +18,16 @@ constexpr int IMAGE_ARG = 0, FROM_ARG = 1, TO_ARG = 2, ENDS_ARG = 3, SCALE_ARG =
               REDUCTION_ARG = 7;
 constexpr int ABORT_ROWS = 16;
 
-growing_buffer<std::int32_t> place_memory;
+constinit growing_buffer<std::int32_t> place_memory;
 
 // Written before the workers start.
-struct {
+constinit struct {
   sampler image;
   walk_settings settings;
   walk_axis columns, rows;
   walk_function walk_columns, walk_rows;  // lines that are longer across, and down
   void (*ends_of)(const sampler&, const position_block& from, const position_block& to, pixel_block& a, pixel_block& b);
-} job;
+} job = {};
 
 // --- ends of the lines -------------------------------------------------------------------------------------
 
@@ -142,9 +142,9 @@ constexpr node_kernel BLUR_WARP_ROWS[5] = {nullptr, blur_warp_row<1>, blur_warp_
 
 // --- the image -------------------------------------------------------------------------------------------------
 
-struct {
+constinit struct {
   std::int16_t* const* planes;
-} interleave_job;
+} interleave_job = {};
 
 void forked_interleave() {
   const mipmap_table_record& t = mipmap_table;

@@ -67,8 +67,9 @@ class sample_curve {
     const float_vector shifted = y + ROUNDING_SHIFT, t = y - (shifted - ROUNDING_SHIFT);
     const float_vector rest =
         0.999999285f + t * (0.693121791f + t * (0.240247443f + t * (0.0559178591f + t * 0.00957010221f)));
-    const int_vector power = (int_vector)rest + ((int_vector)shifted << MANTISSA_BITS);
-    return (float_vector)(power & (m > least_light_));
+    // Sums that wrap: what lies below the least light is put out afterwards.
+    const sum_vector power = (sum_vector)rest + ((sum_vector)shifted << MANTISSA_BITS);
+    return (float_vector)((int_vector)power & (m > least_light_));
   }
 
   float inverse_gamma_;

@@ -42,7 +42,7 @@ void box_sums(std::int32_t* in, std::int32_t* out, int n, int r, int shift) {
   }
 }
 
-struct {
+constinit struct {
   const std::int16_t* light;
   std::int16_t* image;
   int width, height;
@@ -53,7 +53,7 @@ struct {
   float factor;  // from sums to light over the image
   std::byte* memory;
   std::size_t bundle_bytes;  // of one of a worker's two buffers
-} ray_job;
+} ray_job = {};
 
 /// The lines of one direction: `n_lines` of them, those of a bundle from line `first` on reach from position
 /// `begin` to `end` - 1.

@@ -42,12 +42,12 @@ static inline std::int16_t screened(fix sample, fix w) {
   return w < FIX_ONE ? plane_sample(wrap_add(fix_mul(wrap_sub(FIX_ONE, w), sample), w)) : std::int16_t(FIX_ONE);
 }
 
-struct {
+constinit struct {
   std::int16_t* dest[3];
   const std::int16_t* source[3];
   fix threshold[3];
   fix stretch;
-} threshold_job;
+} threshold_job = {};
 
 void forked_threshold_plane() {
   const plane_slice slice = slice_of_plane();

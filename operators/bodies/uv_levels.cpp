@@ -21,10 +21,10 @@ constexpr fix MIN_MODE_FILTER = 8191;  // above it the calmer of a pixel's two s
 // Coordinates beyond this many 1/2048 pixels ask for the last level in any case; differences of two stay in 32 bits.
 constexpr double FARTHEST = (1 << 28) - 1;
 
-growing_buffer<std::int32_t> u_memory, v_memory;
+constinit growing_buffer<std::int32_t> u_memory, v_memory;
 
 // Written before the workers start.
-struct {
+constinit struct {
   sampler image;
   coordinate_steps own;
   bool relative;
@@ -34,7 +34,7 @@ struct {
   double u_scale, v_scale;
   bool u_min;
   wrap_kind wrap_x, wrap_y;
-} job;
+} job = {};
 
 // --- coordinates -----------------------------------------------------------------------------------------
 

@@ -29,12 +29,9 @@ void half_resolution_frame() {
   display_dims.aspect_product_fix = 3456;  // 540 / 960 * 1.5
   render_info.downsample_x = render_info.downsample_y = 0.5;
 }
-/// Pixels of the frame in half widths of it.
-fix x_in_half_widths(fix pixels) { return low32(wide(low32(wide(pixels) * 2048 >> 12)) * 2 / 960); }
-fix y_in_half_widths(fix pixels) {
-  const wide square = low32(wide(low32(wide(pixels) * 2048 >> 12)) * 6144 >> 12);
-  return low32(square * 2 / 960);
-}
+/// Pixels of the render in half widths of the frame: parameters in pixels come at the scale of the render.
+fix x_in_half_widths(fix pixels) { return low32(wide(pixels) * 2 / 960); }
+fix y_in_half_widths(fix pixels) { return low32(wide(low32(wide(pixels) * 6144 >> 12)) * 2 / 960); }
 
 const register_reference MAG_SQUARED("mag_squared",
                                      [](const sample_input& in, fix out[4]) { out[0] = summed_products(in, 0, 0); });
@@ -128,15 +125,15 @@ TEST(vector_maths, the_zero_vector_stays_zero) {
 }
 
 TEST(vector_maths, positions_in_pixels_become_coordinates) {
-  expect_values("screen_to_norm", {{960 * 4096, 540 * 4096}}, {0, 0});
+  expect_values("screen_to_norm", {{480 * 4096, 270 * 4096}}, {0, 0});
   expect_values("screen_to_norm", {{0, 0}}, {-4096, -3456});
-  expect_values("screen_to_norm", {{1920 * 4096, 1080 * 4096}}, {4096, 3456});
+  expect_values("screen_to_norm", {{960 * 4096, 540 * 4096}}, {4096, 3456});
 }
 
 TEST(vector_maths, lengths_in_pixels_become_half_widths) {
-  expect_values("screen_to_norm_scale", {{96 * 4096}}, {409});  // 48 pixels of the render * 2 / 960 = 409.6
-  expect_values("screen_to_norm_scale", {{-96 * 4096}}, {-409});
-  expect_values("screen_to_norm_scale", {{96 * 4096, 96 * 4096}}, {409, 614});  // 72 * 2 / 960 = 614.4
+  expect_values("screen_to_norm_scale", {{48 * 4096}}, {409});  // 48 * 2 / 960 = 409.6
+  expect_values("screen_to_norm_scale", {{-48 * 4096}}, {-409});
+  expect_values("screen_to_norm_scale", {{48 * 4096, 48 * 4096}}, {409, 614});  // 72 * 2 / 960 = 614.4
 }
 
 TEST(vector_maths, dot_product_shifts_each_product) {

@@ -146,6 +146,21 @@ TEST_F(Cli, downsampling_reduces_the_input_and_the_output) {
   EXPECT_EQ(samples("out.ppm"), (ints{20, 0, 0, 70, 0, 0}));
 }
 
+TEST_F(Cli, places_on_the_screen_stay_where_they_are_at_less_resolution) {
+  folder.write("place.text",
+               "(define Place () P = [180 243] (screen) at = (screen_to_norm P)\n"
+               "  dest = (v3 (element_of at 0) (element_of at 1) x))\n");
+  const auto root = [&](const std::vector<std::string>& size) {
+    std::vector<std::string> arguments = {"render", "Place",         "--defs", path("place.text"),
+                                          "-o",     path("out.ppm"), "--fix",  path("root.npy")};
+    arguments.insert(arguments.end(), size.begin(), size.end());
+    const auto result = run(arguments);
+    EXPECT_EQ(result.status, 0) << result.err;
+    return folder.read("root.npy");
+  };
+  EXPECT_EQ(root({"--size", "128x96", "--downsample", "2"}), root({"--size", "64x48"}));
+}
+
 TEST_F(Cli, a_field_leaves_the_other_fields_lines_as_the_input_has_them) {
   folder.write("in.ppm", "P6\n1 4\n255\n" + std::string(12, '\x40'));
   ASSERT_EQ(render("Gain", {"-i", path("in.ppm"), "-o", path("out.ppm"), "-p", "Amount=0", "--field", "1"}).status, 0);

@@ -5,6 +5,7 @@
 #include "evaluator/bounds.h"
 #include "evaluator/frame.h"
 #include "genotype/genotype.h"
+#include "genotype/genotype_reader.h"
 #include "genotype/globals.h"
 #include "support/render_kit.h"
 
@@ -29,7 +30,9 @@ void reach_nowhere(node&) {}
 /// A catalogue function of which only the reach matters here.
 class reaching_function {
  public:
-  explicit reaching_function(tessaron::bounds_hook_fn hook) : fun_(const_cast<fun_info*>(tessaron::find_fun("blur"))) {
+  explicit reaching_function(tessaron::bounds_hook_fn hook) {
+    tessaron::set_tables_and_globals();
+    fun_ = const_cast<fun_info*>(tessaron::find_fun("blur"));
     hook_ = fun_->bounds_hook;
     fun_->bounds_hook = hook;
   }
