@@ -35,9 +35,9 @@ if [ "$all" = --all ]; then
   export TSAN_OPTIONS=halt_on_error=1
   build asan
   check asan
-  # What the workers touch: the evaluator and everything that renders.
-  build tsan test_evaluator test_workers test_render test_hostkit test_host
-  check tsan -R '^(evaluator|workers|render|hostkit|host)\.'
+  # What the workers touch: the evaluator and everything that renders; and two host threads at once.
+  build tsan test_evaluator test_workers test_render test_hostkit test_host test_lives
+  check tsan -R '^(evaluator|workers|render|hostkit|host|lives\.two_threads)\.'
   scripts/fuzz.sh
 fi
 build release
