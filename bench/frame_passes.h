@@ -5,12 +5,11 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
-#include <map>
 #include <string>
 #include <vector>
 
+#include "bench/pass_reporter.h"
 #include "evaluator/workers.h"
 #include "tests/support/render_definition.h"
 
@@ -42,28 +41,6 @@ inline void operate(benchmark::State& state, const char* function, const std::st
     state.SetIterationTime(seconds);
   }
 }
-
-/// Keeps the fastest of each benchmark's repetitions, which the machine's other work disturbs least, and
-/// prints them in frame passes.
-class pass_reporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs)
-      if (run.aggregate_name == "fastest" || run.repetitions <= 1)
-        seconds_[run.run_name.function_name] =
-            run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
-  }
-  void Finalize() override {
-    const double pass = seconds_["frame pass"];
-    if (pass <= 0) return;
-    std::printf("\nin frame passes\n");
-    for (const auto& [name, seconds] : seconds_) std::printf("%7.2f  %s\n", seconds / pass, name.c_str());
-  }
-
- private:
-  std::map<std::string, double> seconds_;
-};
 
 template <class F>
 auto* add(const std::string& name, F function) {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/pass_reporter.h"
 #include "evaluator/workers.h"
 #include "tests/support/render_definition.h"
 
@@ -70,28 +71,6 @@ void operate(benchmark::State& state, const char* function, const std::string& a
   time_iterations(state, threads, [&] { n.image_fun(n); });
 }
 
-/// Keeps the fastest of each benchmark's repetitions, which the machine's other work disturbs least, and
-/// prints them in frame passes.
-class pass_reporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs)
-      if (run.aggregate_name == "fastest" || run.repetitions <= 1)
-        seconds_[run.run_name.function_name] =
-            run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
-  }
-  void Finalize() override {
-    const double pass = seconds_["frame pass"];
-    if (pass <= 0) return;
-    std::printf("\nin frame passes\n");
-    for (const auto& [name, seconds] : seconds_) std::printf("%7.2f  %s\n", seconds / pass, name.c_str());
-  }
-
- private:
-  std::map<std::string, double> seconds_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -129,7 +108,7 @@ int main(int argc, char** argv) {
   add_operator("glint radius 100", "glint", "0.9 0.01 " + pixels(100) + " 1 " + rays + "1", 3);
   add_operator("rainbow_glint radius 100", "rainbow_glint", "0.9 0.01 " + pixels(100) + " 1 " + rays + "[0.5 0.5] 1",
                3);
-  pass_reporter reporter;
+  bench::pass_reporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   return 0;
 }
