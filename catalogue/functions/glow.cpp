@@ -1,8 +1,8 @@
 // Glows and glints: light that spreads from the bright parts of an image.
+#include "operators/bodies/glow.h"
 #include "catalogue/functions/groups.h"
 #include "evaluator/bounds.h"
 #include "operators/bodies/glint.h"
-#include "operators/bodies/glow.h"
 #include "operators/planes.h"
 
 namespace tessaron::TESSARON_LEVEL {

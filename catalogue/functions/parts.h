@@ -11,9 +11,19 @@
 
 namespace tessaron::TESSARON_LEVEL {
 
-void define_vector_maths(fun_registry& r);  // mag_squared to direction
-void define_colour(fun_registry& r);        // hsv_to_rgb to hotspots
-void define_queries(fun_registry& r);       // slow_in_out to copy
+void define_vector_maths(fun_registry& r);     // mag_squared to direction
+void define_colour(fun_registry& r);           // hsv_to_rgb to hotspots
+void define_queries(fun_registry& r);          // slow_in_out to copy
+void define_flares(fun_registry& r);           // lens_flare to glare
+void define_clips(fun_registry& r);            // time_warp to interlace
+void define_averages(fun_registry& r);         // ave_in_rect, ave_in_matte
+void define_previous_output(fun_registry& r);  // get_prev_dest
+void define_damage(fun_registry& r);           // jpeg_damage
+void define_lightning(fun_registry& r);        // zap to zap_from_mask
+void define_grid(fun_registry& r);             // draw_grid
+void define_film(fun_registry& r);             // film_effect
+void define_stylisers(fun_registry& r);        // flys_eye to paint
+void define_foldings(fun_registry& r);         // kaleido to kaleido_oct
 
 // Pass hooks that functions of several files share.
 

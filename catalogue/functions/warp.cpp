@@ -1,5 +1,6 @@
-// Warps: images read at computed coordinates; and foldings of coordinates themselves.
+// Warps: images read at computed coordinates.
 #include "catalogue/functions/groups.h"
+#include "catalogue/functions/parts.h"
 #include "evaluator/pass_hooks.h"
 #include "genotype/genotype_reader.h"
 #include "operators/bodies/edge_dist.h"
@@ -19,7 +20,6 @@ constexpr image_needs CHROMA_WARP = {
     .image_arg_index = 0, .images_per_element = 1, .arg_scale_runtime = 4, .aux_count_a = 1};
 constexpr image_needs CHROMA_WARP_FILTER = {
     .image_arg_index = 0, .images_per_element = 1, .arg_scale_runtime = 6, .aux_count_a = 1};
-constexpr image_needs PAINT = {.image_arg_index = 0, .images_per_element = 1, .extra_images = 2, .aux_count_a = 3};
 constexpr image_needs EDGE_DIST = {.image_arg_index = 0, .images_per_element = 1, .extra_images = 1, .aux_count_a = 1};
 
 /// Reading each pixel at its own place changes nothing.
@@ -118,39 +118,7 @@ void define_warps(fun_registry& r) {
                          chroma_warp_filter_image}}});
 }
 
-void define_stylisers(fun_registry& r) {
-  define(r, {.name = "flys_eye",
-             .args = {"image", "coords", "frequency", "shift", "rotate", "inside_zdist", "inside_rotate",
-                      "overall_zdist", "edge_softness", "wrap"},
-             .doc = "The image through hexagonal lenses.",
-             .cost = 20,
-             .weight = 1.0f,
-             .fun_class = CLASS_PATTERN,
-             .flags = FUN_REAL_IMAGE,
-             .flags2 = FUN2_COORDS,
-             .image = &WARP_FILTER,
-             .combos = {{"1,2,2,2,1,1,1,1,1,2>1 2,2,2,2,1,1,1,1,1,2>2 3,2,2,2,1,1,1,1,1,2>3 4,2,2,2,1,1,1,1,1,2>4",
-                         not_built_yet}}});
-  define(r, {.name = "drops",
-             .args = {"image", "coords", "amplitude", "frequency", "phase", "rotate", "in_out_rads", "in_out_soft",
-                      "max_centers"},
-             .doc = "Ripples of drops that an image places, as a shift of coordinates.",
-             .cost = 20,
-             .weight = 1.0f,
-             .fun_class = CLASS_PATTERN,
-             .flags = FUN_REAL_IMAGE,
-             .image = &WARP_FILTER,
-             .combos = {{"1,2,1,2,1,1,2,2,1>2", not_built_yet}}});
-  define(r, {.name = "paint",
-             .args = {"image", "frequency", "pre_blur", "follow_grad", "grad_blur", "rand_seed"},
-             .doc = "Brush strokes in the colours of the image.",
-             .cost = 10,
-             .weight = 1.0f,
-             .fun_class = CLASS_PAINT,
-             .flags = FUN_REAL_IMAGE,
-             .flags2 = FUN2_SMOOTHS,
-             .image = &PAINT,
-             .combos = {{"1,1,1,1,1,1>1 2,1,1,1,1,1>2 3,1,1,1,1,1>3 4,1,1,1,1,1>4", not_built_yet}}});
+void define_edge_distance(fun_registry& r) {
   define(r, {.name = "edge_dist",
              .args = {"image", "scale"},
              .doc = "Distance to the nearest edge of a matte.",
@@ -162,32 +130,12 @@ void define_stylisers(fun_registry& r) {
              .combos = {{"1,1>1", edge_dist_image}}});
 }
 
-void define_foldings(fun_registry& r) {
-  define(r, {.name = "kaleido",
-             .args = {"coords", "scale"},
-             .doc = "Folds coordinates into the triangles of a kaleidoscope.",
-             .cost = 4,
-             .fun_class = CLASS_KALEIDO,
-             .combos = {{"2,1>2", not_built_yet}}});
-  define(r, {.name = "kaleido_diamonds",
-             .args = {"coords", "scale"},
-             .doc = "Folds coordinates into diamonds.",
-             .cost = 4,
-             .fun_class = CLASS_KALEIDO,
-             .combos = {{"2,1>2", not_built_yet}}});
-  define(r, {.name = "kaleido_oct",
-             .args = {"coords", "scale"},
-             .doc = "Folds coordinates into octagons.",
-             .cost = 4,
-             .fun_class = CLASS_KALEIDO,
-             .combos = {{"2,1>2", not_built_yet}}});
-}
-
 }  // namespace
 
 void define_warp(fun_registry& r) {
   define_warps(r);
   define_stylisers(r);
+  define_edge_distance(r);
   define_foldings(r);
 }
 

@@ -1,0 +1,70 @@
+// Looks of a style: an insect's eye, drops of water, brush strokes, and the foldings of a kaleidoscope.
+#include "catalogue/functions/groups.h"
+#include "catalogue/functions/parts.h"
+#include "genotype/genotype_reader.h"
+
+namespace tessaron::TESSARON_LEVEL {
+namespace {
+
+constexpr image_needs SAMPLED = {.image_arg_index = 0, .images_per_element = 1, .aux_count_a = 1};
+constexpr image_needs PAINT = {.image_arg_index = 0, .images_per_element = 1, .extra_images = 2, .aux_count_a = 3};
+
+}  // namespace
+
+void define_stylisers(fun_registry& r) {
+  define(r, {.name = "flys_eye",
+             .args = {"image", "coords", "frequency", "shift", "rotate", "inside_zdist", "inside_rotate",
+                      "overall_zdist", "edge_softness", "wrap"},
+             .doc = "The image through hexagonal lenses.",
+             .cost = 20,
+             .weight = 1.0f,
+             .fun_class = CLASS_PATTERN,
+             .flags = FUN_REAL_IMAGE,
+             .flags2 = FUN2_COORDS,
+             .image = &SAMPLED,
+             .combos = {{"1,2,2,2,1,1,1,1,1,2>1 2,2,2,2,1,1,1,1,1,2>2 3,2,2,2,1,1,1,1,1,2>3 4,2,2,2,1,1,1,1,1,2>4",
+                         not_built_yet}}});
+  define(r, {.name = "drops",
+             .args = {"image", "coords", "amplitude", "frequency", "phase", "rotate", "in_out_rads", "in_out_soft",
+                      "max_centers"},
+             .doc = "Ripples of drops that an image places, as a shift of coordinates.",
+             .cost = 20,
+             .weight = 1.0f,
+             .fun_class = CLASS_PATTERN,
+             .flags = FUN_REAL_IMAGE,
+             .image = &SAMPLED,
+             .combos = {{"1,2,1,2,1,1,2,2,1>2", not_built_yet}}});
+  define(r, {.name = "paint",
+             .args = {"image", "frequency", "pre_blur", "follow_grad", "grad_blur", "rand_seed"},
+             .doc = "Brush strokes in the colours of the image.",
+             .cost = 10,
+             .weight = 1.0f,
+             .fun_class = CLASS_PAINT,
+             .flags = FUN_REAL_IMAGE,
+             .flags2 = FUN2_SMOOTHS,
+             .image = &PAINT,
+             .combos = {{"1,1,1,1,1,1>1 2,1,1,1,1,1>2 3,1,1,1,1,1>3 4,1,1,1,1,1>4", not_built_yet}}});
+}
+
+void define_foldings(fun_registry& r) {
+  define(r, {.name = "kaleido",
+             .args = {"coords", "scale"},
+             .doc = "Folds coordinates into the triangles of a kaleidoscope.",
+             .cost = 4,
+             .fun_class = CLASS_KALEIDO,
+             .combos = {{"2,1>2", not_built_yet}}});
+  define(r, {.name = "kaleido_diamonds",
+             .args = {"coords", "scale"},
+             .doc = "Folds coordinates into diamonds.",
+             .cost = 4,
+             .fun_class = CLASS_KALEIDO,
+             .combos = {{"2,1>2", not_built_yet}}});
+  define(r, {.name = "kaleido_oct",
+             .args = {"coords", "scale"},
+             .doc = "Folds coordinates into octagons.",
+             .cost = 4,
+             .fun_class = CLASS_KALEIDO,
+             .combos = {{"2,1>2", not_built_yet}}});
+}
+
+}  // namespace tessaron::TESSARON_LEVEL
