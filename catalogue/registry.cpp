@@ -135,11 +135,17 @@ constexpr level_entry LEVELS[N_CPU_LEVELS] = {
     {"generic", always, TESSARON_DEFINE_ALL(level_generic)},
 #if defined(TESSARON_HAS_SSE41)
     {"sse41", platform::cpu_has_sse41, TESSARON_DEFINE_ALL(level_sse41)},
-    {"avx2", platform::cpu_has_avx2, TESSARON_DEFINE_ALL(level_avx2)},
-    {"avx512", platform::cpu_has_avx512, TESSARON_DEFINE_ALL(level_avx512)},
 #else
     {"sse41", nullptr, nullptr},
+#endif
+#if defined(TESSARON_HAS_AVX2)
+    {"avx2", platform::cpu_has_avx2, TESSARON_DEFINE_ALL(level_avx2)},
+#else
     {"avx2", nullptr, nullptr},
+#endif
+#if defined(TESSARON_HAS_AVX512)
+    {"avx512", platform::cpu_has_avx512, TESSARON_DEFINE_ALL(level_avx512)},
+#else
     {"avx512", nullptr, nullptr},
 #endif
 };

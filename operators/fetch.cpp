@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/report.h"
+#include "evaluator/frame.h"
 #include "evaluator/pixel_loop.h"
 #include "evaluator/temp_images.h"
 #include "evaluator/workers.h"
@@ -32,6 +33,21 @@ void forked_copy() {
 
 }  // namespace
 
+template <class T>
+void fill_skipped_lines(T* samples, std::size_t stride, std::size_t line_samples) {
+  if (!field_globals.field_number) return;
+  const int height = temp_raster_info.height;
+  for (int k = 0; k < height; ++k) {
+    if (((temp_raster_info.y0 + k) & 1) != field_globals.field_number - 1) continue;
+    T* line = samples + std::size_t(k) * stride;
+    const T* above = k > 0 ? line - stride : k + 1 < height ? line + stride : line;
+    const T* below = k + 1 < height ? line + stride : above;
+    for (std::size_t i = 0; i < line_samples; ++i) line[i] = T((std::int64_t(above[i]) + below[i]) >> 1);
+  }
+}
+template void fill_skipped_lines(std::int16_t*, std::size_t, std::size_t);
+template void fill_skipped_lines(std::int32_t*, std::size_t, std::size_t);
+
 void check_image_planes(const node& n, int expected) {
   const char* name = n.name ? n.name : n.fun->name;
   if (n.image_count != expected) fatal("node %s has image_count %d, expected %d.", name, n.image_count, expected);
@@ -51,12 +67,14 @@ int fetch_image_arg(node& n, int arg, std::int16_t* const* dest_planes) {
   node& image = *n.args[arg];
   const int count = std::min<int>(image.elnum, max_elnum);
   const bool has_planes = image.kind == KIND_FUNCTION && image.image_count > 0 && !(image.node_flags & NODE_CONSTANT);
-  if (!has_planes) {
+  if (has_planes) {
+    for (int e = 0; e < count; ++e)
+      if (dest_planes[e] != image.images[e]) copy_plane(dest_planes[e], image.images[e]);
+  } else {
     eval_node_tree_into_planes(image, dest_planes, count);
-    return count;
   }
-  for (int e = 0; e < count; ++e)
-    if (dest_planes[e] != image.images[e]) copy_plane(dest_planes[e], image.images[e]);
+  const std::size_t width = std::size_t(temp_raster_info.width);
+  for (int e = 0; e < count; ++e) fill_skipped_lines(dest_planes[e], width, width);
   return count;
 }
 

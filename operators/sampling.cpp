@@ -39,13 +39,6 @@ int level_sizes(int size, bool levels, std::int32_t* sizes) {
   return count;
 }
 
-fix first_pixel_value;
-int setting_element;
-
-void first_pixel_sink(node& root, std::int64_t offset, int) {
-  if (offset == 0) first_pixel_value = root.rows[setting_element][0];
-}
-
 }  // namespace
 
 void set_wrap_flags(fix wrap_x, fix wrap_y) {
@@ -127,29 +120,5 @@ T* growing_buffer<T>::at_least(std::size_t count) {
 }
 template class growing_buffer<std::int16_t>;
 template class growing_buffer<std::int32_t>;
-
-fix setting_value(node& n, int arg, int e) {
-  node& value = *n.args[arg];
-  if (value.node_flags & NODE_CONSTANT) return value.const_vals[e];
-  first_pixel_value = 0;
-  setting_element = std::min<int>(e, value.elnum - 1);
-  eval_node_tree_pixel_loop(&value, first_pixel_sink, 0, 1);
-  return first_pixel_value;
-}
-
-template <class T>
-void fill_skipped_lines(T* samples, std::size_t stride, std::size_t line_samples) {
-  if (!field_globals.field_number) return;
-  const int height = temp_raster_info.height;
-  for (int k = 0; k < height; ++k) {
-    if (((temp_raster_info.y0 + k) & 1) != field_globals.field_number - 1) continue;
-    T* line = samples + std::size_t(k) * stride;
-    const T* above = k > 0 ? line - stride : k + 1 < height ? line + stride : line;
-    const T* below = k + 1 < height ? line + stride : above;
-    for (std::size_t i = 0; i < line_samples; ++i) line[i] = T((std::int64_t(above[i]) + below[i]) >> 1);
-  }
-}
-template void fill_skipped_lines(std::int16_t*, std::size_t, std::size_t);
-template void fill_skipped_lines(std::int32_t*, std::size_t, std::size_t);
 
 }  // namespace tessaron

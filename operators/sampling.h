@@ -12,6 +12,7 @@
 
 #include "base/fixed.h"
 #include "evaluator/pixel_loop.h"
+#include "operators/operators.h"
 
 namespace tessaron {
 
@@ -91,16 +92,5 @@ class growing_buffer {
 };
 extern template class growing_buffer<std::int16_t>;
 extern template class growing_buffer<std::int32_t>;
-
-/// Value of element e of an argument that is one value for the whole image. One that varies from pixel to pixel
-/// all the same counts with its value at the view's first pixel.
-fix setting_value(node& n, int arg, int e = 0);
-
-/// In field rendering pixel loops leave the other field's lines out: fills these lines of a plane of the view,
-/// `stride` samples from line to line, with the mean of the lines around, since operators read between lines.
-template <class T>
-void fill_skipped_lines(T* samples, std::size_t stride, std::size_t line_samples);
-extern template void fill_skipped_lines(std::int16_t*, std::size_t, std::size_t);
-extern template void fill_skipped_lines(std::int32_t*, std::size_t, std::size_t);
 
 }  // namespace tessaron

@@ -39,6 +39,7 @@ blur_radii channel_radii(blur_radii total, fix channel_amount) {
 void blur(node& n) {
   constexpr int AMOUNT = 1, FILTER_SHAPE = 2, SCALE = 3, SUBPIXEL = 4;
   check_image_planes(n, n.elnum);
+  settle_args(n, {AMOUNT, FILTER_SHAPE, SCALE, SUBPIXEL});
   fetch_image_arg(n, IMAGE, n.images);
   const blur_radii radii = blur_radii_of(*n.args[AMOUNT]);
   const blur_manner manner = {blur_edge_mode, passes_of_shape(*n.args[FILTER_SHAPE]),
@@ -50,6 +51,7 @@ void blur(node& n) {
 void blur_channels(node& n) {
   constexpr int AMOUNT = 1, CHANNEL_AMOUNT = 2, FILTER_SHAPE = 3, SCALE = 4, SUBPIXEL = 5;
   check_image_planes(n, n.elnum);
+  settle_args(n, {AMOUNT, CHANNEL_AMOUNT, FILTER_SHAPE, SCALE, SUBPIXEL});
   fetch_image_arg(n, IMAGE, n.images);
   for (int c = n.args[IMAGE]->elnum; c < n.elnum; ++c) copy_plane(n.images[c], n.images[c - 1]);
   const blur_radii total = blur_radii_of(*n.args[AMOUNT]);
@@ -67,6 +69,7 @@ void masked_blur(node& n) {
   std::int16_t* const work = n.images[n.elnum];
   std::int16_t* mask = n.images[n.elnum + 1];
   std::int16_t* const blurred_mask = n.images[n.elnum + 2];
+  settle_args(n, {AMOUNT, FILTER_SHAPE, SUBPIXEL});
   fetch_image_arg(n, IMAGE, n.images);
   fetch_image_arg(n, MASK, &mask);
   const blur_radii radii = blur_radii_of(*n.args[AMOUNT]);
@@ -99,6 +102,7 @@ void masked_blur(node& n) {
 void sharpen(node& n) {
   constexpr int SCALE = 1, GRANULARITY = 2;
   check_image_planes(n, n.elnum + 1);
+  settle_args(n, {SCALE, GRANULARITY});
   fetch_image_arg(n, IMAGE, n.images);
   const fix granularity = amount_to_fix_pixels(n.args[GRANULARITY]->const_vals[0]);
   const fix scale = n.args[SCALE]->const_vals[0];
@@ -119,6 +123,7 @@ void band_pass(node& n) {
   constexpr int BLUR_AMOUNT1 = 1, BLUR_AMOUNT2 = 2, SCALE = 3;
   constexpr fix MID_GREY = FIX_ONE / 2;
   check_image_planes(n, n.elnum + 1);
+  settle_args(n, {BLUR_AMOUNT1, BLUR_AMOUNT2, SCALE});
   fetch_image_arg(n, IMAGE, n.images);
   const blur_radii radii1 = blur_radii_of(*n.args[BLUR_AMOUNT1]), radii2 = blur_radii_of(*n.args[BLUR_AMOUNT2]);
   const fix scale = wrap_shl(n.args[SCALE]->const_vals[0], 1);

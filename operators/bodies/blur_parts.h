@@ -50,8 +50,5 @@ void for_plane_slices(const LOOP& loop) {
   });
 }
 
-/// a / b, truncated; b is above 0. By way of double, which vectorises and is exact for 32 bits.
-static inline fix truncated_quotient(fix a, fix b) { return fix(double(a) / double(b)); }
-
 }  // namespace
 }  // namespace tessaron::TESSARON_LEVEL

@@ -242,7 +242,6 @@ void blur_warp_image(node& n) {
   std::int16_t* const* room = n.images + n.elnum;
   const plane_size size = {temp_raster_info.width, temp_raster_info.height};
   const int count = fetch_image_arg(n, IMAGE_ARG, room);
-  for (int e = 0; e < count; ++e) fill_skipped_lines(room[e], std::size_t(size.width), std::size_t(size.width));
   if (check_abort()) return;
   std::int16_t* const* image = reduce_planes(room, n.images, count, size, reductions);
   if (abort_pending()) return;

@@ -16,7 +16,7 @@
 namespace tessaron::TESSARON_LEVEL {
 namespace {
 
-constexpr int IMAGE = 0, GAMMA = 2, SCALE = 3;
+constexpr int IMAGE = 0, RADIUS = 1, GAMMA = 2, SCALE = 3, SUBPIXEL = 4, SHAPE = 5;
 constexpr int ALPHA = 3;
 
 struct {
@@ -198,6 +198,7 @@ fix scale_of_element(const node& n, int e) {
 
 void defocus(node& n) {
   check_image_planes(n, n.elnum + 1);
+  settle_args(n, {RADIUS, SHAPE, GAMMA, SCALE, SUBPIXEL});
   const int n_planes = fetch_image_arg(n, IMAGE, n.images);
   std::int16_t* const copy = n.images[n.elnum];
   defocus_table& table = get_defocus_table();

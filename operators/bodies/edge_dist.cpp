@@ -243,7 +243,7 @@ void forked_lengths() {
 void edge_dist_image(node& n) {
   check_image_planes(n, n.elnum + 1);
   const int width = temp_raster_info.width, height = temp_raster_info.height;
-  const fix scale = value_for_image(n, SCALE_ARG);
+  const fix scale = setting_value(n, SCALE_ARG);
   fetch_image_arg(n, IMAGE_ARG, n.images);
   if (abort_pending()) return;
 

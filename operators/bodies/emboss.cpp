@@ -194,8 +194,8 @@ constexpr node_kernel LIGHT_ROWS[5] = {nullptr, nullptr, nullptr, light_row<3>, 
 
 void emboss_image(node& n) {
   check_image_planes(n, n.elnum);
-  const fix pre_blur = value_for_image(n, PRE_BLUR_ARG), scale_height = value_for_image(n, SCALE_HEIGHT_ARG);
-  const bool subpixel = value_for_image(n, SUBPIXEL_ARG) > 0;
+  const fix pre_blur = setting_value(n, PRE_BLUR_ARG), scale_height = setting_value(n, SCALE_HEIGHT_ARG);
+  const bool subpixel = setting_value(n, SUBPIXEL_ARG) > 0;
   fetch_image_arg(n, HEIGHT_ARG, n.images);
   if (abort_pending()) return;
   blurred_gradient(n.images[0], n.images[0], n.images[1], pre_blur, scale_height, subpixel);

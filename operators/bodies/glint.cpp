@@ -80,6 +80,8 @@ void glint_channel(node& n, int channel, std::int16_t* image, std::int16_t* ligh
 void glint_image(node& n, int scale_source_arg, ray_rule rays) {
   // Two planes for each element and a third working plane, which lines in a worker's memory stand in for.
   check_image_planes(n, 2 * n.elnum + 1);
+  settle_args(n, {THRESHOLD, PRE_BLUR, SIZE, BRIGHTNESS, RAY_SIZES, RAY_BRIGHTNESSES, scale_source_arg});
+  if (scale_source_arg == RAINBOW_SCALE_SOURCE) settle_args(n, {COLOR_SPREAD});
   fetch_colours(n);
   const fix scale_source = n.args[scale_source_arg]->const_vals[0];
   for (int c = 0; c < n.elnum && !abort_pending(); ++c)

@@ -45,7 +45,7 @@ void forked_threshold_colours() {
       counted[i] = wrap_mul(excess, stretch) & -fix(excess > 0) & -fix(sum > 0);
       sums[i] = sum + fix(sum == 0);
     }
-    for (int i = 0; i < n; ++i) q[i] = quotient(counted[i], sums[i]);
+    for (int i = 0; i < n; ++i) q[i] = truncated_quotient(counted[i], sums[i]);
     for (int i = 0; i < n; ++i) {
       red_light[at + i] = plane_sample(fix_mul(red[at + i], q[i]));
       green_light[at + i] = plane_sample(fix_mul(green[at + i], q[i]));
@@ -53,6 +53,8 @@ void forked_threshold_colours() {
     }
   }
 }
+
+}  // namespace
 
 void threshold_planes(std::int16_t* const* dest, const std::int16_t* const* source, const fix* t) {
   if (t[0] == 0 && t[1] == 0 && t[2] == 0) {
@@ -63,6 +65,8 @@ void threshold_planes(std::int16_t* const* dest, const std::int16_t* const* sour
   threshold_job = {{dest[0], dest[1], dest[2]}, {source[0], source[1], source[2]}, {t[0], t[1], t[2]}, stretch};
   fork_processes(forked_threshold_colours);
 }
+
+namespace {
 
 // --- light over the image --------------------------------------------------------------------------------
 
@@ -133,6 +137,7 @@ void glow(node& n) {
   check_image_planes(n, 2 * n.elnum);
   std::int16_t* const* const light = n.images + n.elnum;
   const fix* threshold = n.args[THRESHOLD]->const_vals;
+  settle_args(n, {THRESHOLD, WIDTH_XY, WIDTH, BRIGHTNESS, SCALE_SOURCE, SUBPIXEL});
   fetch_colours(n);
   if (n.elnum == CHANNELS)
     threshold_planes(light, n.images, threshold);

@@ -34,9 +34,6 @@ static inline std::int16_t above_threshold(fix sample, fix threshold, fix stretc
   return plane_sample(fix_max(fix_mul(wrap_sub(sample, threshold), stretch), 0));
 }
 
-/// a / b, truncated; b is above 0. By way of double, which vectorises and is exact for 32 bits.
-static inline fix quotient(fix a, fix b) { return fix(double(a) / double(b)); }
-
 /// Light w, above 0, screened over a sample.
 static inline std::int16_t screened(fix sample, fix w) {
   return w < FIX_ONE ? plane_sample(wrap_add(fix_mul(wrap_sub(FIX_ONE, w), sample), w)) : std::int16_t(FIX_ONE);

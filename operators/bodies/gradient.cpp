@@ -65,15 +65,6 @@ void forked_steepness() {
 
 }  // namespace
 
-fix value_for_image(node& n, int arg) {
-  node& value = *n.args[arg];
-  if (value.node_flags & NODE_CONSTANT) return value.const_vals[0];
-  const int width = temp_raster_info.width, height = temp_raster_info.height;
-  const std::int32_t* samples = get_long_image(width, height);
-  eval_node_tree_into_long_image(value);
-  return samples[std::int64_t(height / 2) * width + width / 2];
-}
-
 void blur_for_gradient(const std::int16_t* plane, fix pre_blur, bool subpixel) {
   const fix amount = amount_to_fix_pixels(pre_blur);
   blur_plane(plane, amount, amount, blur_edge_mode, PASSES, subpixel, false, temp_raster_info.width,
@@ -94,8 +85,8 @@ void blurred_gradient(const std::int16_t* source, std::int16_t* dx_plane, std::i
 
 void grad_image(node& n) {
   check_image_planes(n, n.elnum);
-  const fix pre_blur = value_for_image(n, PRE_BLUR_ARG), scale = value_for_image(n, SCALE_ARG);
-  const bool subpixel = value_for_image(n, SUBPIXEL_ARG) > 0;
+  const fix pre_blur = setting_value(n, PRE_BLUR_ARG), scale = setting_value(n, SCALE_ARG);
+  const bool subpixel = setting_value(n, SUBPIXEL_ARG) > 0;
   fetch_image_arg(n, IMAGE_ARG, n.images);
   if (abort_pending()) return;
   blurred_gradient(n.images[0], n.images[0], n.images[1], pre_blur, scale, subpixel);
@@ -104,8 +95,8 @@ void grad_image(node& n) {
 // How steep each element is, whichever way it rises: the length of grad's vector.
 void edge_detect_image(node& n) {
   check_image_planes(n, n.elnum);
-  const fix pre_blur = value_for_image(n, PRE_BLUR_ARG), scale = value_for_image(n, SCALE_ARG);
-  const bool subpixel = value_for_image(n, SUBPIXEL_ARG) > 0;
+  const fix pre_blur = setting_value(n, PRE_BLUR_ARG), scale = setting_value(n, SCALE_ARG);
+  const bool subpixel = setting_value(n, SUBPIXEL_ARG) > 0;
   fetch_image_arg(n, IMAGE_ARG, n.images);
   for (int e = 0; e < n.elnum && !abort_pending(); ++e) {
     if (scale == 0) {

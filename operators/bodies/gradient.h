@@ -24,8 +24,4 @@ void grad_in_direction_image(node& n);
 void blurred_gradient(const std::int16_t* source, std::int16_t* dx_plane, std::int16_t* dy_plane, fix pre_blur,
                       fix scale, bool subpixel);
 
-/// An argument that has one value for the whole image. One that varies over the picture all the same counts with
-/// what it has in the middle. Uses the long image; the node's own planes stay as they are.
-fix value_for_image(node& n, int arg);
-
 }  // namespace tessaron::TESSARON_LEVEL

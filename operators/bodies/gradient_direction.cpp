@@ -95,8 +95,8 @@ void along_sink(node& root, std::int64_t offset, int width) {
 // The remaining argument may differ from pixel to pixel, so each element ends in a pixel loop of its own.
 void each_element(node& n, int pre_blur_arg, int subpixel_arg, row_sink_fn sink) {
   check_image_planes(n, n.elnum);
-  const fix pre_blur = value_for_image(n, pre_blur_arg);
-  const bool subpixel = value_for_image(n, subpixel_arg) > 0;
+  const fix pre_blur = setting_value(n, pre_blur_arg);
+  const bool subpixel = setting_value(n, subpixel_arg) > 0;
   fetch_image_arg(n, IMAGE_ARG, n.images);
   for (int e = 0; e < n.elnum && !abort_pending(); ++e) {
     blur_for_gradient(n.images[e], pre_blur, subpixel);

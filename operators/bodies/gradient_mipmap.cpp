@@ -89,8 +89,8 @@ void forked_levels() {
 
 void grad_for_mipmap_image(node& n) {
   check_image_planes(n, n.elnum);
-  const float scale = fix_to_float(wrap_abs(value_for_image(n, SCALE_ARG)));
-  const bool relative = value_for_image(n, RELATIVE_ARG) > 0;
+  const float scale = fix_to_float(wrap_abs(setting_value(n, SCALE_ARG)));
+  const bool relative = setting_value(n, RELATIVE_ARG) > 0;
   fetch_image_arg(n, COORDS_ARG, n.images);
 
   // Coordinates go from -1.0 to 1.0 over the frame's width, and over its height by the frame's shape.

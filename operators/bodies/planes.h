@@ -27,6 +27,9 @@ static inline std::int16_t scaled_sample(std::int32_t v, double factor) {
   return std::int16_t(nearest_int(scaled < -32767.0 ? -32767.0 : scaled > 32767.0 ? 32767.0 : scaled));
 }
 
+/// a / b, truncated; b is above 0. By way of double, which vectorises and is exact for 32 bits.
+static inline fix truncated_quotient(fix a, fix b) { return fix(double(a) / double(b)); }
+
 }  // namespace
 
 /// Box-filters a plane into the long image and sets long_image_one. Amounts are fix pixels, the half-width

@@ -167,6 +167,7 @@ void layered(node& n, const layer_set& layers) {
 
 void z_blur(node& n) {
   check_image_planes(n, 2 * n.elnum + 4);
+  settle_args(n, {Z_NEAR, Z_FAR, BLUR_NEAR, BLUR_FAR, N_LAYERS, COMBINE});
   const layer_set layers = layers_of(n);
   if (n.args[COMBINE]->const_vals[0] >= FIX_ONE)
     crossfade(n, layers);

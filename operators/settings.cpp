@@ -1,0 +1,59 @@
+// Arguments that operators take as one value for the whole image.
+#include <algorithm>
+
+#include "base/report.h"
+#include "evaluator/frame.h"
+#include "evaluator/pixel_loop.h"
+#include "genotype/genotype.h"
+#include "operators/operators.h"
+
+namespace tessaron {
+namespace {
+
+constexpr int MOST_ELEMENTS = 4;
+
+fix* settled;
+std::int64_t middle_row;  // place of its first sample
+
+void middle_pixel_sink(node& root, std::int64_t offset, int width) {
+  if (offset != middle_row) return;
+  for (int e = 0; e < MOST_ELEMENTS; ++e) settled[e] = root.rows[std::min<int>(e, root.elnum - 1)][width / 2];
+}
+
+/// The line in the middle of the view; in field rendering, where every other line is left out, one next to it perhaps.
+std::int64_t place_of_middle_row() {
+  int row = temp_raster_info.height / 2;
+  const int field = field_globals.field_number;
+  if (field && ((temp_raster_info.y0 + row) & 1) == field - 1 && temp_raster_info.height > 1) row -= 1;
+  return std::int64_t(row) * temp_raster_info.width;
+}
+
+/// Says it once, not for every frame and element.
+void tell_author(const node& n, const node& value, int arg) {
+  static const node* told;
+  if (told == &value) return;
+  told = &value;
+  report(REPORT_WARNING,
+         "%s: '%s' takes one value for the whole image, but is given one for each pixel. That in the middle counts.",
+         n.name ? n.name : n.fun->name, n.fun->arg_names[arg]);
+}
+
+}  // namespace
+
+void settle_args(node& n, std::initializer_list<int> args) {
+  for (const int arg : args) {
+    node& value = *n.args[arg];
+    if (value.node_flags & NODE_CONSTANT) continue;
+    tell_author(n, value, arg);
+    settled = value.const_vals;
+    middle_row = place_of_middle_row();
+    eval_node_tree_pixel_loop(&value, middle_pixel_sink, 0, 1);
+  }
+}
+
+fix setting_value(node& n, int arg, int e) {
+  settle_args(n, {arg});
+  return n.args[arg]->const_vals[e];
+}
+
+}  // namespace tessaron

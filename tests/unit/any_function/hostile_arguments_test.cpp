@@ -1,0 +1,137 @@
+// Every function of the catalogue, in every combination of element counts, with numbers that break arithmetic and on
+// frames that leave no room: a defined picture or a report, the same one each time, and nothing that a sanitizer sees.
+#include <gtest/gtest.h>
+
+#include "evaluator/pixel_loop.h"
+#include "evaluator/workers.h"
+#include "tests/support/render_definition.h"
+#include "tests/support/report_capture.h"
+#include "tests/unit/any_function/call_text.h"
+
+namespace tessaron::testing {
+namespace {
+
+struct outcome {
+  bool rendered;
+  std::vector<std::vector<fix>> rows;
+  bool operator==(const outcome&) const = default;
+};
+
+outcome outcome_of(definition_renderer& r) {
+  outcome o = {r.render(), {}};
+  if (o.rendered) o.rows = r.result();
+  return o;
+}
+
+fix scattered(int x, int y, int e) { return fix((x * 2654435761u ^ y * 40503u ^ e * 977u) >> 7 & 0x3fff) - 4096; }
+
+/// Keeps the previous output from frame to frame, so that two renders of it differ.
+bool has_memory(const fun_info& fun) { return std::string(fun.name) == "get_prev_dest"; }
+
+class any_function : public ::testing::TestWithParam<std::string> {
+ protected:
+  const fun_info& fun() const { return *level_catalogue(chosen_cpu_level()).find(GetParam().c_str()); }
+
+  std::string definition(int combo, const std::vector<std::string>& numbers, bool all_vary) {
+    return "(define A (Source) () dest = " + call_text(fun(), combo, numbers, random_, all_vary) + ")";
+  }
+  /// Null where the language refuses the text: what the functions do is another matter.
+  std::unique_ptr<definition_renderer> renderer(const std::string& text, const test_frame& frame) {
+    try {
+      auto r = std::make_unique<definition_renderer>(text, frame);
+      r->set_source(0, scattered);
+      return r;
+    } catch (const std::runtime_error&) {
+      return nullptr;
+    }
+  }
+
+  std::mt19937 random_{std::mt19937(20)};
+};
+
+class worker_count {
+ public:
+  explicit worker_count(int workers) { set(workers); }
+  ~worker_count() { set(0); }
+
+ private:
+  static void set(int workers) {
+    stop_fork_workers();
+    set_processor_override(workers);
+    start_fork_workers();
+  }
+};
+
+TEST_P(any_function, gives_the_same_defined_picture_or_a_report_for_hostile_numbers) {
+  report_capture reports;
+  for (int combo = 0; combo < fun().arg_type_combo_number; ++combo)
+    for (const auto& [width, height] : {std::pair(1, 1), {1, 9}, {9, 1}, {2, 2}, {33, 17}})
+      for (const bool all_vary : {false, false, true}) {
+        const std::string text = definition(combo, hostile_numbers(), all_vary);
+        SCOPED_TRACE(text);
+        const auto r = renderer(text, {.width = width, .height = height, .source_channels = 4});
+        if (!r) continue;
+        const outcome first = outcome_of(*r);
+        EXPECT_TRUE(has_memory(fun()) || outcome_of(*r) == first);
+        EXPECT_TRUE(first.rendered || !reports.all().empty());
+      }
+}
+
+TEST_P(any_function, gives_the_same_bytes_with_every_number_of_workers) {
+  report_capture reports;
+  for (int combo = 0; combo < fun().arg_type_combo_number; ++combo) {
+    const std::string text = definition(combo, sane_numbers(), combo % 2 == 1);
+    SCOPED_TRACE(text);
+    outcome expected = {};
+    for (const int workers : {1, 2, 3, 7}) {
+      const worker_count w(workers);
+      const auto r = renderer(text, {.width = 61, .height = 43, .source_channels = 4});
+      if (!r) break;
+      const outcome got = outcome_of(*r);
+      if (workers == 1) expected = got;
+      EXPECT_EQ(got, expected) << workers << " workers";
+    }
+  }
+}
+
+// The query stands for the host; each ask falls on another stage of the render.
+int asked, last_answer_of_no;
+
+TEST_P(any_function, renders_the_whole_picture_after_an_abort_at_any_stage) {
+  report_capture reports;
+  set_abort_clock([] {
+    static std::int64_t ticks;
+    return ticks += 1000;
+  });
+  const int combo = fun().arg_type_combo_number - 1;
+  const std::string text = definition(combo, sane_numbers(), false);
+  SCOPED_TRACE(text);
+  if (const auto r = renderer(text, {.width = 40, .height = 36, .source_channels = 4}); r && !has_memory(fun())) {
+    const outcome whole = outcome_of(*r);
+    const auto render_until = [&](int asks) {
+      asked = 0;
+      last_answer_of_no = asks;
+      set_abort_query([] { return ++asked > last_answer_of_no ? 1 : 0; });
+      const bool done = r->render();
+      set_abort_query(nullptr);
+      abort_requested = 0;
+      return done;
+    };
+    for (int asks = 0; asks < 60 && !render_until(asks); ++asks) {
+      // As the render path does it: nothing half-made is kept.
+      for (int i = 0; i < r->effect().n_nodes; ++i) r->effect().nodes[i].node_flags &= std::uint8_t(~NODE_IMAGES_VALID);
+      EXPECT_EQ(outcome_of(*r), whole) << "after an abort at ask " << asks;
+    }
+  }
+  set_abort_clock(nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(catalogue, any_function, ::testing::ValuesIn(function_names()), [](const auto& info) {
+  std::string name = info.param;
+  for (char& c : name)
+    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+  return name + "_" + std::to_string(info.index);
+});
+
+}  // namespace
+}  // namespace tessaron::testing
