@@ -1,6 +1,7 @@
 // Calls of any function of the catalogue, written as definitions: one text for each combination of element counts.
 #pragma once
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -34,20 +35,35 @@ inline const std::vector<std::string>& hostile_numbers() {
   return NUMBERS;
 }
 
+/// The same for arguments that say how often something is done: half a million layers are a defined picture too, but
+/// not one to wait for.
+inline const std::vector<std::string>& hostile_counts() {
+  static const std::vector<std::string> NUMBERS = {"0", "0.000244140625", "-1", "0.5", "1", "1.5",
+                                                   "2", "-524288",        "40"};
+  return NUMBERS;
+}
+inline bool is_count(const std::string& arg_name) {
+  static const std::vector<std::string> COUNTS = {"n_layers", "steps",       "bolts",       "bolts_points", "octaves",
+                                                  "boxes",    "max_centers", "branchiness", "max_len_vary"};
+  return std::find(COUNTS.begin(), COUNTS.end(), arg_name) != COUNTS.end();
+}
+
 /// Numbers of a picture that an author might write.
 inline const std::vector<std::string>& sane_numbers() {
   static const std::vector<std::string> NUMBERS = {"0.05", "0.1", "0.25", "0.5", "0.75", "1", "2", "3"};
   return NUMBERS;
 }
 
-/// The call with constants drawn from `numbers`; what the function reads as an image or as coordinates varies, and
+/// The call with constants drawn from `all_numbers`; what the function reads as an image or as coordinates varies, and
 /// with `all_vary` every other argument may vary as well.
-inline std::string call_text(const fun_info& fun, int combo, const std::vector<std::string>& numbers,
+inline std::string call_text(const fun_info& fun, int combo, const std::vector<std::string>& all_numbers,
                              std::mt19937& random, bool all_vary) {
   std::string call = std::string("(") + fun.name;
   for (int a = 0; a < fun.arg_number; ++a) {
     const int elnum = combo_arg_elnum(fun.arg_type_combos[combo], a);
     const std::string arg_name = fun.arg_names[a];
+    const std::vector<std::string>& numbers =
+        &all_numbers == &hostile_numbers() && is_count(arg_name) ? hostile_counts() : all_numbers;
     const bool image = a == fun.image_arg_index || arg_name == "coords" || arg_name == "image";
     if (arg_name.rfind("clip", 0) == 0) {
       call += " Source";

@@ -18,8 +18,11 @@ rows rendered(const std::string& call, const test_frame& f = {.width = 41, .heig
   return r.result();
 }
 
-// In the middle of the frame x and y are 0 to within a pixel, so `(* x 0)` and the like stay what they are, while
-// `(> x 2)` is 0 everywhere without being a constant.
+/// "blur_0": a test's name, from a call and its number.
+std::string function_of(const std::string& call, std::size_t number) {
+  return call.substr(1, call.find(' ') - 1) + "_" + std::to_string(number);
+}
+
 struct call_pair {
   const char* varying;
   const char* constant;
@@ -34,16 +37,17 @@ TEST_P(one_value, counts_with_what_a_varying_argument_has_in_the_middle_and_says
       << reports.all();
 }
 
-// (if (- (* x x) 0.25) ...) differs at the sides only.
-INSTANTIATE_TEST_SUITE_P(
-    operators, one_value,
-    ::testing::Values(call_pair{"(blur Source (v2 (if (- (* x x) 0.25) 9 0.5) 0.5) 2 1 1)",
-                                "(blur Source [0.5 0.5] 2 1 1)"},
-                      call_pair{"(sharpen Source (if (- (* x x) 0.25) -1 1) 0.25)", "(sharpen Source 1 0.25)"},
-                      call_pair{"(glow Source 0.25 [1 1] (if (- (* x x) 0.25) 2 0.25) 1 1 1)",
-                                "(glow Source 0.25 [1 1] 0.25 1 1 1)"},
-                      call_pair{"(defocus Source (v2 (if (- (* x x) 0.25) 2 0.25) 0.25) 2 1 1 0)",
-                                "(defocus Source [0.25 0.25] 2 1 1 0)"}));
+// (if> (* x x) 0.25 ...) differs at the sides only.
+INSTANTIATE_TEST_SUITE_P(operators, one_value,
+                         ::testing::Values(call_pair{"(blur Source (v2 (if> (* x x) 0.25 9 0.5) 0.5) 2 1 1)",
+                                                     "(blur Source [0.5 0.5] 2 1 1)"},
+                                           call_pair{"(sharpen Source (if> (* x x) 0.25 -1 1) 0.25)",
+                                                     "(sharpen Source 1 0.25)"},
+                                           call_pair{"(glow Source 0.25 [1 1] (if> (* x x) 0.25 2 0.25) 1 1 1)",
+                                                     "(glow Source 0.25 [1 1] 0.25 1 1 1)"},
+                                           call_pair{"(defocus Source (v2 (if> (* x x) 0.25 2 0.25) 0.25) 2 1 1 0)",
+                                                     "(defocus Source [0.25 0.25] 2 1 1 0)"}),
+                         [](const auto& info) { return function_of(info.param.constant, info.index); });
 
 // --- fields -----------------------------------------------------------------------------------------------
 
@@ -77,7 +81,8 @@ INSTANTIATE_TEST_SUITE_P(operators, field_render_of,
                          ::testing::Values("(blur Source [1 1] 2 1 0)", "(glow Source 0.1 [1 1] 1 1 1 0)",
                                            "(sharpen Source 1 0.5)", "(edge_detect Source 0.25 1 1)",
                                            "(blur (gamma (blur Source [0.5 0.5] 2 1 0) (+ x 2)) [1 1] 2 1 0)",
-                                           "(defocus Source [1 1] 2 1 0 0)", "(masked_blur Source (* x x) [1 1] 2 0)"));
+                                           "(defocus Source [1 1] 2 1 0 0)", "(masked_blur Source (* x x) [1 1] 2 0)"),
+                         [](const auto& info) { return function_of(info.param, info.index); });
 
 TEST(field_render, blurs_down_through_lines_made_from_the_field_itself) {
   // Even lines 1000, odd ones 3000. Field 2 computes the even lines: the other field is made from them.
