@@ -1,5 +1,6 @@
 // Every function of the catalogue, in every combination of element counts, with numbers that break arithmetic and on
-// frames that leave no room: a defined picture or a report, the same one each time, and nothing that a sanitizer sees.
+// frames that leave no room: a defined picture or a report, the same one each time, with every number of workers and at
+// every level, and nothing that a sanitizer sees.
 #include <gtest/gtest.h>
 
 #include "evaluator/pixel_loop.h"
@@ -92,6 +93,31 @@ TEST_P(any_function, gives_the_same_bytes_with_every_number_of_workers) {
       EXPECT_EQ(got, expected) << workers << " workers";
     }
   }
+}
+
+/// The engine's own table, for a while at another level.
+class catalogue_at {
+ public:
+  explicit catalogue_at(cpu_level level) { build_catalogue(catalogue, level); }
+  ~catalogue_at() { build_catalogue(catalogue, chosen_cpu_level()); }
+};
+
+TEST_P(any_function, gives_the_same_bytes_at_every_instruction_set_level) {
+  report_capture reports;
+  for (int combo = 0; combo < fun().arg_type_combo_number; ++combo)
+    for (const bool hostile : {false, true}) {
+      const std::string text = definition(combo, hostile ? hostile_numbers() : sane_numbers(), combo % 2 == 1);
+      SCOPED_TRACE(text);
+      outcome expected = {};
+      for (const cpu_level level : usable_levels()) {
+        const catalogue_at at(level);
+        const auto r = renderer(text, {.width = 67, .height = 21, .source_channels = 4});
+        if (!r) break;
+        const outcome got = outcome_of(*r);
+        if (level == cpu_level::generic) expected = got;
+        EXPECT_EQ(got, expected) << cpu_level_name(level);
+      }
+    }
 }
 
 // The query stands for the host; each ask falls on another stage of the render.
