@@ -50,8 +50,20 @@ render Spot_Light 09-spot-light "${source[@]}"
 render Scan_Lines 10-scan-lines "${source[@]}"
 render Interference_Rings 11-interference-rings "${source[@]}"
 render Waves 12-waves --size "$size"
+render Glow 13-glow "${source[@]}"
+render Star_Glint 14-star-glint "${source[@]}"
+render Lens_Defocus 15-lens-defocus "${source[@]}"
+render Swirl 16-swirl "${source[@]}"
+render Edge_Lines 17-edge-lines "${source[@]}"
+render Lens_Flare 18-lens-flare "${source[@]}"
+render Film_Look 19-film-look "${source[@]}"
+render Lightning 20-lightning "${source[@]}"
+render Oil_Painting 21-oil-painting "${source[@]}"
+render Kaleidoscope_Triangles 22-kaleidoscope "${source[@]}"
+render Rain_Drops 23-rain-drops "${source[@]}"
+render Clouds 24-clouds --size "$size"
 
-montage -label '%t' -font DejaVu-Sans -pointsize 16 -background '#202428' -fill '#e8e8e8' "$out"/[01]*.png \
+montage -label '%t' -font DejaVu-Sans -pointsize 16 -background '#202428' -fill '#e8e8e8' "$out"/[012]*.png \
   -tile 4x -geometry 400x300+8+8 "$out/contact-sheet.png"
 
 echo

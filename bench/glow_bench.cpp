@@ -1,114 +1,85 @@
-// Glow, glints and defocus over four 16-bit planes of 1920x1080 samples, in units of one pass over the frame: reading
-// one frame of four 16-bit samples, adding 1, writing another. Measured is the operator alone, its image in place.
-#include <benchmark/benchmark.h>
+// Glow, glints and defocus: the operator alone, its image in place. Beside them what OpenCV offers for the same, where
+// that is installed: threshold, three box filters and a sum; a filter by a disc in floats.
+#include "bench/frame_cases.h"
 
-#include <time.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <cstring>
-#include <map>
-#include <string>
-#include <vector>
-
-#include "bench/pass_reporter.h"
-#include "evaluator/workers.h"
-#include "tests/support/render_definition.h"
+#ifdef TESSARON_BENCH_OPENCV
+#include <opencv2/imgproc.hpp>
+#endif
 
 using namespace tessaron;
+using namespace tessaron::bench;
 
 namespace {
 
-constexpr int WIDTH = 1920, HEIGHT = 1080;
-
-/// An amount of so many pixels, as text.
-std::string pixels(double count) { return std::to_string(count * 8 / WIDTH); }
-
-/// Seconds of processor time, which other programs on the machine disturb less than the clock on the wall does; with
-/// several threads only that one counts.
-double seconds_now(int threads) {
-  timespec t = {};
-  clock_gettime(threads == 1 ? CLOCK_PROCESS_CPUTIME_ID : CLOCK_MONOTONIC, &t);
-  return double(t.tv_sec) + double(t.tv_nsec) * 1e-9;
-}
-
-template <class Work>
-void time_iterations(benchmark::State& state, int threads, Work work) {
-  for (auto _ : state) {
-    const double start = seconds_now(threads);
-    work();
-    state.SetIterationTime(seconds_now(threads) - start);
-  }
-}
-
-void frame_pass(benchmark::State& state) {
-  std::vector<std::uint16_t> from(std::size_t(WIDTH) * HEIGHT * 4, 7), to(from.size());
-  time_iterations(state, 1, [&] {
-    for (std::size_t i = 0; i < from.size(); ++i) to[i] = std::uint16_t(from[i] + 1);
-    benchmark::DoNotOptimize(to.data());
-    benchmark::ClobberMemory();
-  });
-}
-
-/// One call of `function`, whose image argument is another operator: its planes are there.
-void operate(benchmark::State& state, const char* function, const std::string& arguments, int channels, int threads) {
-  stop_fork_workers();
-  set_processor_override(threads);
+void add_operator(const frame_size& f, const std::string& name, const char* function, const std::string& arguments,
+                  int channels) {
   const std::string source = channels == 4 ? "Source" : "(remove_alpha Source)";
-  testing::definition_renderer r("(define Bench (Source) (rgba_ok) dest = (" + std::string(function) + " (gamma " +
-                                     source + " 0.9) " + arguments + "))",
-                                 {.width = WIDTH, .height = HEIGHT, .source_channels = 4});
-  if (!r.render()) return state.SkipWithError("the render failed");
-  node& n = *r.calls_of(function)[0];
-  // A picture between black and white, with one pixel in 500 far above.
-  for (int e = 0; e < channels; ++e)
-    for (int y = 0; y < HEIGHT; ++y)
-      for (int x = 0; x < WIDTH; ++x) {
-        const unsigned hash = unsigned(x + WIDTH * y) * 2654435761u;
-        n.images[e][y * WIDTH + x] =
-            hash % 500 == 0 ? 3 * FIX_ONE : std::int16_t((x * 3 + y * 5 + e * 700 + int(hash >> 24)) % 4000);
-      }
-  time_iterations(state, threads, [&] { n.image_fun(n); });
+  add_frames(f, name, function, "dest = (" + std::string(function) + " (gamma " + source + " 0.9) " + arguments + ")");
 }
+
+#ifdef TESSARON_BENCH_OPENCV
+
+timed_work opencv_glow(const frame_size& f, int threads) {
+  constexpr int RADIUS = 50, PASSES = 3;
+  const auto picture = std::make_shared<cv::Mat>(f.height, f.width, CV_16SC3);
+  const auto light = std::make_shared<cv::Mat>(), other = std::make_shared<cv::Mat>();
+  cv::randu(*picture, 0, 4097);
+  return [=] {
+    cv::setNumThreads(threads);
+    return seconds_of([&] {
+      cv::threshold(*picture, *light, 2457, 0, cv::THRESH_TOZERO);
+      for (int i = 0, left = RADIUS; i < PASSES; ++i) {
+        const int r = left / (PASSES - i);
+        left -= r;
+        cv::blur(*light, *other, cv::Size(2 * r + 1, 2 * r + 1), cv::Point(-1, -1), cv::BORDER_REFLECT);
+        std::swap(*light, *other);
+      }
+      cv::add(*picture, *light, *other);
+    });
+  };
+}
+
+timed_work opencv_disc(const frame_size& f, int threads, int radius) {
+  const auto picture = std::make_shared<cv::Mat>(f.height, f.width, CV_32FC4), result = std::make_shared<cv::Mat>();
+  const auto disc = std::make_shared<cv::Mat>(2 * radius + 1, 2 * radius + 1, CV_32F, cv::Scalar(0));
+  cv::randu(*picture, 0, 1);
+  cv::circle(*disc, {radius, radius}, radius, cv::Scalar(1), cv::FILLED);
+  *disc /= cv::sum(*disc)[0];
+  return [=] {
+    cv::setNumThreads(threads);
+    return seconds_of([&] { cv::filter2D(*picture, *result, -1, *disc, {-1, -1}, 0, cv::BORDER_REPLICATE); });
+  };
+}
+
+void add_opencv(const frame_size& f) {
+  add_case(f, "OpenCV's threshold, boxes and sum, radius 50", opencv_glow);
+  add_case(f, "OpenCV's filter2D, disc of radius 20",
+           [](const frame_size& frame, int threads) { return opencv_disc(frame, threads, 20); });
+}
+
+#else
+void add_opencv(const frame_size&) {}
+#endif
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  set_tables_and_globals();
-  const auto add = [](const std::string& name, auto function) {
-    return benchmark::RegisterBenchmark(name.c_str(), function)
-        ->Unit(benchmark::kMillisecond)
-        ->Iterations(1)
-        ->Repetitions(25)
-        ->ReportAggregatesOnly(true)
-        ->ComputeStatistics("fastest",
-                            [](const std::vector<double>& v) { return *std::min_element(v.begin(), v.end()); })
-        ->UseManualTime();
-  };
-  const auto add_operator = [&](const std::string& name, const char* function, const std::string& arguments,
-                                int channels) {
-    for (int threads : {1, 2}) {
-      const std::string full = name + ", " + std::to_string(threads) + (threads == 1 ? " thread" : " threads");
-      add(full, [=](benchmark::State& state) { operate(state, function, arguments, channels, threads); });
-    }
-  };
-  add("frame pass", frame_pass);
-  // Arguments of defocus: radius, gamma, scale, subpixel, shape.
-  add_operator("defocus radius 20, circle", "defocus", pixels(20.3) + " 2.2 1 1 0", 4);
-  add_operator("defocus radius 20, circle, whole pixels", "defocus", pixels(20) + " 2.2 1 0 0", 4);
-  add_operator("defocus radius 20, hexagon", "defocus", pixels(20.3) + " 2.2 1 1 1", 4);
-  add_operator("defocus radius 20, gamma 1", "defocus", pixels(20.3) + " 1 1 1 0", 4);
-  add_operator("defocus radius 20, gamma 6", "defocus", pixels(20.3) + " 6 1 1 0", 4);
-  add_operator("defocus radius 100, circle", "defocus", pixels(100.3) + " 2.2 1 1 0", 4);
-  // Arguments of glow: threshold, width_xy, width, brightness, scale_source, subpixel.
-  add_operator("glow radius 50", "glow", "0.6 [1 1] " + pixels(50.3) + " 1 1 1", 3);
-  // Arguments of glint: threshold, pre_blur, size, brightness, ray_sizes, ray_brightnesses, scale_source.
-  const std::string rays = "[1 1 1 1] [1 1 1 1] ";
-  add_operator("glint radius 100", "glint", "0.9 0.01 " + pixels(100) + " 1 " + rays + "1", 3);
-  add_operator("rainbow_glint radius 100", "rainbow_glint", "0.9 0.01 " + pixels(100) + " 1 " + rays + "[0.5 0.5] 1",
-               3);
-  bench::pass_reporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  return 0;
+  return run_cases(argc, argv, [](const frame_size& f) {
+    const auto size = [&f](double count) { return pixels(f, count); };
+    // Arguments of defocus: radius, gamma, scale, subpixel, shape.
+    add_operator(f, "defocus radius 20, circle", "defocus", size(20.3) + " 2.2 1 1 0", 4);
+    add_operator(f, "defocus radius 20, circle, whole pixels", "defocus", size(20) + " 2.2 1 0 0", 4);
+    add_operator(f, "defocus radius 20, hexagon", "defocus", size(20.3) + " 2.2 1 1 1", 4);
+    add_operator(f, "defocus radius 20, gamma 1", "defocus", size(20.3) + " 1 1 1 0", 4);
+    add_operator(f, "defocus radius 20, gamma 6", "defocus", size(20.3) + " 6 1 1 0", 4);
+    add_operator(f, "defocus radius 100, circle", "defocus", size(100.3) + " 2.2 1 1 0", 4);
+    // Arguments of glow: threshold, width_xy, width, brightness, scale_source, subpixel.
+    add_operator(f, "glow radius 50", "glow", "0.6 [1 1] " + size(50.3) + " 1 1 1", 3);
+    // Arguments of glint: threshold, pre_blur, size, brightness, ray_sizes, ray_brightnesses, scale_source.
+    const std::string rays = "[1 1 1 1] [1 1 1 1] ";
+    add_operator(f, "glint radius 100", "glint", "0.9 0.01 " + size(100) + " 1 " + rays + "1", 3);
+    add_operator(f, "rainbow_glint radius 100", "rainbow_glint", "0.9 0.01 " + size(100) + " 1 " + rays + "[0.5 0.5] 1",
+                 3);
+    add_opencv(f);
+  });
 }

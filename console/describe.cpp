@@ -61,7 +61,15 @@ std::string values_text(const float* values, int count) {
   return joined(numbers, ",");
 }
 
+/// The default as -p takes it.
+std::string default_text(const param& p) {
+  // The definition's number counts the names of a data file from 1, -p from 0.
+  if (p.flags[1] & PARAM1_NAMED_LIST) return number_text(p.default_value[0] - 1);
+  return values_text(p.default_value, p.nchannels);
+}
+
 std::string range_text(const param& p) {
+  if (p.flags[1] & PARAM1_NAMED_LIST) return joined(inspect_list_names(p), " | ");
   if (p.ptype == PTYPE_POPUP) {
     std::vector<std::string> entries;
     for (int i = 0; i < std::min<int>(p.n_popup_entries, MAX_POPUP_TEXTS); ++i)
@@ -81,7 +89,7 @@ std::string param_line(const param& p, std::size_t name_width) {
   std::string type = type_word(p);
   if (p.nchannels > 1 && p.ptype != PTYPE_COLOR) type.append("[").append(std::to_string(p.nchannels)).append("]");
   std::string line = padded(p.name, name_width) + "  " + padded(type, 9) + "  " +
-                     padded(values_text(p.default_value, p.nchannels), 14) + "  " + range_text(p);
+                     padded(default_text(p), 14) + "  " + range_text(p);
   if (*units_word(p)) line += std::string("  ") + units_word(p);
   if (p.flags[3] & PARAM3_PERCENT) line += "  percent";
   while (line.back() == ' ') line.pop_back();

@@ -1,6 +1,7 @@
 #include "console/frame_renderer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <iomanip>
@@ -78,10 +79,17 @@ hostkit::frame_request frame_renderer::request_for(int frame) {
   request.width = layer_.width;
   request.height = layer_.height;
   request.format = format_;
+  const host_form form = {format_, job_.downsample.x, job_.downsample.y};
   std::vector<const hostkit::image*> inputs;
-  for (std::optional<input_feed>& feed : job_.feeds)
-    inputs.push_back(feed ? &feed->prepared(format_, job_.downsample.x, job_.downsample.y) : nullptr);
+  for (std::optional<input_feed>& feed : job_.feeds) inputs.push_back(feed ? &feed->prepared(form) : nullptr);
   request.inputs = host_->in_slots(inputs);
+  request.input_at = [this, form, inputs, slots = request.inputs](int slot, double at) -> const hostkit::image* {
+    const hostkit::image* const here = std::size_t(slot) < slots.size() ? slots[std::size_t(slot)] : nullptr;
+    const auto input = std::find(inputs.begin(), inputs.end(), here);
+    if (!here || input == inputs.end()) return nullptr;
+    input_feed& feed = *job_.feeds[std::size_t(input - inputs.begin())];
+    return &feed.prepared_at(int(std::floor(at)), form);
+  };
   for (const param_setting& setting : job_.params)
     if (setting.keyed() && !request.values_at)
       request.values_at = [this](double at, std::vector<pf_param_def>& values) {
@@ -105,7 +113,10 @@ void frame_renderer::write_files(const frame_task& task, const hostkit::frame_re
     const std::string bytes = npy_bytes(root.samples, {root.height, root.width, root.elements});
     write_whole_file(options_.fix_file, bytes.data(), bytes.size());
   }
-  if (!task.output.empty()) write_image_file(task.output, result.output);
+  if (task.output.empty()) return;
+  const bool grown = result.output.width != result.layer_width || result.output.height != result.layer_height;
+  const picture_window window = {result.layer_width, result.layer_height, result.origin_x, result.origin_y};
+  write_image_file(task.output, result.output, grown ? std::optional(window) : std::nullopt);
 }
 
 std::string frame_renderer::printed_results(const frame_task& task, const hostkit::frame_result& result) const {

@@ -142,7 +142,7 @@ image read_image_file(const std::string& path) {
   }
 }
 
-void write_image_file(const std::string& path, const image& from) {
+void write_image_file(const std::string& path, const image& from, const std::optional<picture_window>& window) {
   try {
     const image picture = convert(from, is_deep(from.format) ? pixel_format::bgra16 : pixel_format::rgba8);
     auto out = OIIO::ImageOutput::create(path);
@@ -157,6 +157,12 @@ void write_image_file(const std::string& path, const image& from) {
                                                           : OIIO::TypeDesc::UINT8;
     OIIO::ImageSpec spec(picture.width, picture.height, out->supports("alpha") ? 4 : 3, type);
     spec.attribute("oiio:UnassociatedAlpha", 1);
+    if (window && out->supports("displaywindow")) {
+      spec.x = -window->frame_x;
+      spec.y = -window->frame_y;
+      spec.full_width = window->frame_width;
+      spec.full_height = window->frame_height;
+    }
     if (writer_is_candid(*out)) {
       OIIO::Filesystem::IOVecOutput bytes;
       out->set_ioproxy(&bytes);

@@ -1,6 +1,7 @@
 // Image files through the image library. All knowledge of it is in image_files.cpp.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "hostkit/host_kit.h"
@@ -14,10 +15,19 @@ inline constexpr int MAX_IMAGE_SIDE = 30000;
 /// are limited to 0..1). Grey goes to all three colours; without alpha the image is opaque. Throws work_error.
 hostkit::image read_image_file(const std::string& path);
 
+/// Where a picture lies in the frame that it belongs to: the frame's size, and the place of its top left corner in the
+/// picture. A picture that is the frame has none.
+struct picture_window {
+  int frame_width, frame_height;
+  int frame_x, frame_y;
+};
+
 /// Writes an image in the format of the name's extension: 8-bit host formats as 8-bit samples, 16-bit
 /// ones as 16-bit samples where the file format has them. Alpha is left out where it has none. The file
-/// appears whole or not at all. Throws work_error.
-void write_image_file(const std::string& path, const hostkit::image& picture);
+/// appears whole or not at all. Formats that have a data window and a display window take the window's; others hold
+/// the picture alone. Throws work_error.
+void write_image_file(const std::string& path, const hostkit::image& picture,
+                      const std::optional<picture_window>& window = {});
 
 /// Why an image cannot be written under this name, or empty: the extension decides.
 std::string output_format_fault(const std::string& path);

@@ -18,6 +18,10 @@ bool looks_like_name(const std::string& text) {
          std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isalnum(c) || c == '_' || c == ' '; });
 }
 
+bool as_host_sees(const hostkit::image& picture, const host_form& form) {
+  return picture.format == form.format && form.x_factor == 1 && form.y_factor == 1;
+}
+
 /// Index of a declared input, or -1.
 int input_index(const std::vector<std::string>& names, const std::string& name) {
   for (std::size_t i = 0; i < names.size(); ++i)
@@ -26,6 +30,29 @@ int input_index(const std::vector<std::string>& names, const std::string& name) 
 }
 
 }  // namespace
+
+// --- pictures of other frames --------------------------------------------------------------------------
+
+const hostkit::image* frame_cache::find(const std::string& path) {
+  const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const entry& e) { return e.path == path; });
+  if (found == entries_.end()) return nullptr;
+  entries_.splice(entries_.begin(), entries_, found);
+  return &entries_.front().picture;
+}
+
+const hostkit::image& frame_cache::put(const std::string& path, hostkit::image picture) {
+  constexpr std::size_t BYTES_KEPT = std::size_t(512) << 20;
+  if (const hostkit::image* there = find(path)) return *there;
+  bytes_ += picture.data.size();
+  entries_.push_front({path, std::move(picture)});
+  while (bytes_ > BYTES_KEPT && entries_.size() > 1) {
+    bytes_ -= entries_.back().picture.data.size();
+    entries_.pop_back();
+  }
+  return entries_.front().picture;
+}
+
+// --- one input -----------------------------------------------------------------------------------------
 
 input_feed::input_feed(const std::string& path, missing_rule rule) : pattern_(path, true), rule_(rule) {
   if (!pattern_.numbered()) return;
@@ -57,6 +84,12 @@ hostkit::image input_feed::black_like_neighbour(int frame) const {
 const hostkit::image& input_feed::at(int frame) {
   const std::optional<std::string> path = file_at(frame);
   if (path ? loaded_ == path : black_) return picture_;
+  if (loaded_ && looked_elsewhere_) {  // a look back from the next frame finds it
+    if (prepared_ready_)
+      other_frames_.put(*loaded_, std::move(prepared_));
+    else if (as_host_sees(picture_, form_))
+      other_frames_.put(*loaded_, std::move(picture_));
+  }
   prepared_ready_ = false;
   loaded_.reset();
   black_ = false;
@@ -66,13 +99,31 @@ const hostkit::image& input_feed::at(int frame) {
   return picture_;
 }
 
-const hostkit::image& input_feed::prepared(hostkit::pixel_format format, int x_factor, int y_factor) {
-  if (picture_.format == format && x_factor == 1 && y_factor == 1) return picture_;
+const hostkit::image& input_feed::prepared(const host_form& form) {
+  form_ = form;
+  if (as_host_sees(picture_, form)) return picture_;
   if (!prepared_ready_) {
-    prepared_ = reduce(convert(picture_, format), x_factor, y_factor);
+    prepared_ = reduce(convert(picture_, form.format), form.x_factor, form.y_factor);
     prepared_ready_ = true;
   }
   return prepared_;
+}
+
+int input_feed::nearest_of_clip(int frame) const {
+  if (!pattern_.numbered() || rule_ == missing_rule::black) return frame;
+  return std::clamp(frame, there_.front(), there_.back());
+}
+
+const hostkit::image& input_feed::prepared_at(int frame, const host_form& form) {
+  looked_elsewhere_ = true;
+  const std::optional<std::string> path = file_at(nearest_of_clip(frame));
+  if (path ? loaded_ == path : black_) return prepared(form);
+  const auto prepare = [&](const hostkit::image& read) {
+    return reduce(convert(read, form.format), form.x_factor, form.y_factor);
+  };
+  if (!path) return black_picture_ = prepare(black_like_neighbour(frame));
+  if (const hostkit::image* there = other_frames_.find(*path)) return *there;
+  return other_frames_.put(*path, prepare(read_image_file(*path)));
 }
 
 std::vector<std::optional<std::string>> input_paths(const std::vector<std::string>& texts, const genotype& g) {

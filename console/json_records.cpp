@@ -103,7 +103,7 @@ record_json functions_record(const fun_registry& registry, const std::string& on
 }
 
 record_json param_record(const param& p, const genotype& g) {
-  return {{"ptype", p.ptype},
+  record_json record = {{"ptype", p.ptype},
           {"name", text_or_null(p.name)},
           {"nchannels", p.nchannels},
           {"n_shown", p.n_shown},
@@ -131,6 +131,9 @@ record_json param_record(const param& p, const genotype& g) {
           {"fcp_max", p.fcp_max},
           {"page", p.page},
           {"group", p.group}};
+  // Not of the record: the entries of a popup that a data file fills.
+  if (p.flags[1] & PARAM1_NAMED_LIST) record["list_names"] = inspect_list_names(p);
+  return record;
 }
 
 record_json node_record(const node& n, int index, bool planned) {

@@ -15,8 +15,11 @@ namespace {
   throw command_line_error("-p " + std::string(p.name) + ": " + why);
 }
 
+bool has_named_list(const param& p) { return p.flags[1] & PARAM1_NAMED_LIST; }
+
 /// Entries of one channel of a popup.
 std::vector<std::string> popup_entries(const param& p, int channel) {
+  if (has_named_list(p)) return inspect_list_names(p);
   std::vector<std::string> entries;
   const int first = channel * (p.n_popup_entries + 1);  // each channel's entries end with a null
   for (int i = first; i < std::min(first + p.n_popup_entries, MAX_POPUP_TEXTS); ++i)
@@ -43,11 +46,13 @@ float channel_value(const param& p, int channel, const std::string& text) {
   const bool number = whole_number_text(text, value);
   if (p.ptype == PTYPE_POPUP) {
     const std::vector<std::string> entries = popup_entries(p, channel);
+    // The definition's number counts the names of a data file from 1.
+    const float first = has_named_list(p) ? 1 : 0;
     for (std::size_t i = 0; i < entries.size(); ++i)
-      if (same_name(text, entries[i])) return float(i);
+      if (same_name(text, entries[i]) || is_shown_as(text, entries[i])) return first + float(i);
     const bool known_count = !entries.empty();
     if (number && value >= 0 && value == std::floor(value) && (!known_count || value < float(entries.size())))
-      return value;
+      return first + value;
     refuse(p, known_count
                   ? "no entry '" + text + "'; the entries are " + joined(entries) + "." + suggestion(text, entries)
                   : "expected an index from 0, got '" + text + "'");

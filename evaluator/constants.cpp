@@ -72,6 +72,4 @@ void set_genotype_constant_vals(node& n) {
     fold_by_kernel(n);
 }
 
-bool is_unbuilt(const node& n) { return (n.fun->is_image_fun ? n.image_fun : n.own_kernel) == not_built_yet; }
-
 }  // namespace tessaron

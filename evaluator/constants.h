@@ -8,7 +8,4 @@ namespace tessaron {
 /// Computes the value of a constant function node into const_vals, from constant arguments.
 void set_genotype_constant_vals(node& n);
 
-/// Whether a function node's kernel is only a mark in the catalogue.
-bool is_unbuilt(const node& n);
-
 }  // namespace tessaron

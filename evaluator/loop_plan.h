@@ -67,6 +67,9 @@ void run_worker_lines(const loop_plan& plan, std::byte* block);
 /// Alpha mode for writing a result of `elnum` elements to the dest raster.
 int dest_alpha_mode_for(int elnum);
 
+/// Whether a root's planes may go to the output as they are: all rows and columns, none of them kept.
+bool whole_image_output();
+
 /// Whether a writer refused a row of this loop.
 bool loop_write_failed();
 void clear_loop_write_failed();

@@ -6,6 +6,7 @@
 
 #include "evaluator/loop_plan.h"
 #include "evaluator/plan.h"
+#include "evaluator/temp_images.h"
 #include "evaluator/workers.h"
 #include "genotype/genotype_reader.h"
 #include "genotype/globals.h"
@@ -234,11 +235,18 @@ class line_walk {
         write_failed = true;
   }
 
+  /// What element e of the root is as a picture: grey spreads over the colours, what has no alpha is opaque.
+  const fix* root_row_for(int e) const {
+    static constexpr int GREY_ALPHA = 2;
+    if (e < 3) return root_->rows[root_->elnum <= GREY_ALPHA ? 0 : e];
+    return root_->elnum == GREY_ALPHA || root_->elnum == 4 ? root_->rows[root_->elnum - 1] : nullptr;
+  }
+
   // The planes have the view's layout, as every plane that a node reads. A stretch that is not part of a
   // full-width row clears what the row held before.
   void store_previous_output(int row, int col, int width) {
     const loop_rectangle& r = plan_.rect;
-    const temp_set_record& set = Globals->temp_set ? *Globals->temp_set : Globals->temp_sets[0];
+    const temp_set_record& set = prev_dest_set();
     const int view_width = display_dims.view_width;
     const int view_row = (row * r.step - temp_raster_info.y0) / r.step;
     const int view_col = ((r.first_col + col) * r.step - temp_raster_info.x0) / r.step;
@@ -246,8 +254,11 @@ class line_walk {
     for (int e = 0; e < set.image_count; ++e) {
       std::int16_t* plane = set.planes[e] + std::int64_t(view_row) * view_width;
       if (col == 0 && r.cols < view_width) std::fill_n(plane, view_width, std::int16_t(0));
-      if (e >= root_->elnum) continue;
-      for (int i = 0; i < width; ++i) plane[view_col + i] = prev_output_sample(root_->rows[e][i]);
+      const fix* samples = root_row_for(e);
+      if (samples)
+        for (int i = 0; i < width; ++i) plane[view_col + i] = prev_output_sample(samples[i]);
+      else
+        std::fill_n(plane + view_col, width, std::int16_t(FIX_ONE));
     }
   }
 

@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "base/report.h"
-#include "evaluator/constants.h"
 #include "evaluator/frame.h"
 #include "evaluator/loop_plan.h"
 #include "evaluator/pixel_loop.h"
@@ -21,6 +20,8 @@ namespace tessaron {
 frame_stats last_frame_stats;
 
 namespace {
+
+bool frame_failed;  // fail_frame() was called
 
 bool is_function(const node& n) { return n.kind == KIND_FUNCTION; }
 bool is_constant(const node& n) { return n.node_flags & NODE_CONSTANT; }
@@ -103,22 +104,15 @@ void mark_active_tree(genotype& g) {
   } while (drop_overwritten_images(g));
 }
 
-// Functions that a pixel loop cannot run are refused before any pixel, by name.
-bool all_kernels_run(const genotype& g) {
-  bool all = true;
+// A query that a pixel loop would have to ask is refused before any pixel.
+bool all_queries_answered(const genotype& g) {
   for (int i = 0; i < g.n_nodes; ++i) {
-    const node& n = g.nodes[i];
-    if (!is_active(n)) continue;
-    if (is_unbuilt(n)) {
-      report(REPORT_ERROR, "%s: the node function '%s' is not built yet.", g.name, n.fun->name);
-      all = false;
-    } else if (n.own_kernel == get_curve_val) {
-      report(REPORT_ERROR, "%s: get_curve_val needs a parameter and a rel_frame that are the same for the whole frame.",
-             g.name);
-      all = false;
-    }
+    if (!is_active(g.nodes[i]) || g.nodes[i].own_kernel != get_curve_val) continue;
+    report(REPORT_ERROR, "%s: get_curve_val needs a parameter and a rel_frame that are the same for the whole frame.",
+           g.name);
+    return false;
   }
-  return all;
+  return true;
 }
 
 // An alpha mode that the output's writer refuses for the root is refused once, before any row. Asked
@@ -145,6 +139,18 @@ void set_time_offset() {
   time_globals.time_offset = std::int32_t(std::uint32_t(std::int64_t(low)));
 }
 
+// An image that only the output reads need not be stored on its way: its operator may write the output itself.
+struct {
+  const node* maker;
+  bool taken;
+} output;
+
+const node* maker_of_output(node& root) {
+  const node& n = *follow_pass(&root);
+  const bool kept = n.shared_image || (n.node_flags & NODE_IMAGES_VALID);
+  return is_function(n) && n.image_fun && !is_constant(n) && !kept && whole_image_output() ? &n : nullptr;
+}
+
 void run_image_node(node& n) {
   const double start = platform::seconds();
   if (n.image_fun)
@@ -159,6 +165,23 @@ void run_image_nodes() {
   for (int i = 0; i < Globals->n_eval_image_nodes && !abort_pending(); ++i) {
     node& n = *Globals->eval_image_nodes_array[i];
     if (is_active(n) && !is_constant(n) && !images_valid(n)) run_image_node(n);
+  }
+}
+
+bool remembers_output(const genotype& g) { return g.flags[0] & GENO0_PREV_OUTPUT; }
+
+// What is not computed is clear in the output, and so in what is remembered of it. Columns are cleared row by row as
+// the output is made.
+void clear_rows_outside_output() {
+  const temp_set_record& set = prev_dest_set();
+  const raster_info& view = temp_raster_info;
+  if (set.view_width != view.width || set.view_height != view.height) return;
+  const auto row_in_view = [&](int y) { return std::clamp(y - view.y0, 0, view.height); };
+  const std::int64_t width = view.width, above = row_in_view(render_info.render_y0) * width,
+                     below = row_in_view(render_info.render_y1 + 1) * width;
+  for (int e = 0; e < set.image_count; ++e) {
+    std::fill_n(set.planes[e], above, std::int16_t(0));
+    std::fill(set.planes[e] + below, set.planes[e] + width * view.height, std::int16_t(0));
   }
 }
 
@@ -187,6 +210,7 @@ class unfinished_frame {
  public:
   explicit unfinished_frame(genotype& g) : g_(g) {}
   ~unfinished_frame() {
+    if (remembers_output(g_)) set_prev_dest_valid(finished_);
     if (finished_) return;
     forget_images(g_);
     last_key = {};
@@ -207,7 +231,7 @@ bool prepare_frame(genotype& g) {
   mark_time_dependency(g, true);
   fold_and_pass(g);
   max_elnum = needed_elements(g);
-  if (!all_kernels_run(g) || !output_accepted(*follow_pass(&g.nodes[0]))) return false;
+  if (!all_queries_answered(g) || !output_accepted(*follow_pass(&g.nodes[0]))) return false;
   set_node_images(g, 0, 0);
   drop_stale_images(g);
   mark_active_tree(g);
@@ -215,6 +239,17 @@ bool prepare_frame(genotype& g) {
 }
 
 }  // namespace
+
+bool take_output(const node& n) {
+  if (&n != output.maker) return false;
+  output.taken = true;
+  return true;
+}
+
+void fail_frame() {
+  frame_failed = true;
+  request_abort();
+}
 
 int perform_effect() {
   const double start = platform::seconds();
@@ -234,13 +269,17 @@ int perform_effect() {
   last_frame_stats = {};
   last_frame_stats.planes_planned = g->n_temp_images + g->n_cache_images;
   start_fork_workers();
+  frame_failed = false;
   unfinished_frame frame(*g);
   if (!prepare_frame(*g)) return -1;
   last_frame_stats.setup_seconds = platform::seconds() - start;
+  output = {maker_of_output(g->nodes[0]), false};
   run_image_nodes();
-  if (!abort_pending()) run_output(g->nodes[0]);
+  if (!abort_pending() && remembers_output(*g)) clear_rows_outside_output();
+  if (!abort_pending() && !output.taken) run_output(g->nodes[0]);
   last_frame_stats.planes_in_use = planes_held();
   last_frame_stats.plane_bytes = plane_bytes_held();
+  if (frame_failed) return -1;
   if (abort_pending()) return 0;  // the caller sees abort_requested
   if (loop_write_failed()) return -1;
   note_param_values(*g);

@@ -65,10 +65,7 @@ void run_loop(const loop_plan& plan) {
 // Where rows are kept or left out on their way (the previous output, fields) the loop runs all the same.
 bool copy_valid_planes(node* root) {
   const node* found = follow_pass(root);
-  const genotype* g = Globals->effect_genotype;
-  if (!found->image_count || !(found->node_flags & NODE_IMAGES_VALID) || !pixel_io.write_planes ||
-      field_globals.field_number || render_info.step > 1 || (g && (g->flags[0] & GENO0_PREV_OUTPUT)))
-    return false;
+  if (!found->image_count || !(found->node_flags & NODE_IMAGES_VALID) || !whole_image_output()) return false;
   pixel_io.write_planes(found->images, found->elnum, dest_alpha_mode_for(found->elnum));
   return true;
 }
@@ -116,6 +113,12 @@ void fill_image_planes(node& root, std::int16_t* const* planes, int n_planes, in
 }
 
 }  // namespace
+
+bool whole_image_output() {
+  const genotype* g = Globals->effect_genotype;
+  return pixel_io.write_planes && !field_globals.field_number && render_info.step <= 1 &&
+         !(g && (g->flags[0] & GENO0_PREV_OUTPUT));
+}
 
 void eval_node_tree_pixel_loop(node* root, row_sink_fn sink, int fill_image, int rebuild) {
   if (!root) fatal("eval_node_tree_pixel_loop: node is NULL");

@@ -77,6 +77,10 @@ void eval_node_tree_into_mipmap_toplevel(node& root, const mipmap_target& target
 /// the operator's own where it has one. A missing function is fatal.
 void image_process_pixels_loop(node& n, const node_kernel (&row_functions)[5], row_sink_fn store = nullptr);
 
+/// Asked by an operator whose last step is a pixel loop over its node: whether that loop's rows are to go to the output
+/// instead of its planes, which nothing else reads. After a yes the output counts as written. Main thread only.
+bool take_output(const node& n);
+
 /// One sample of fix as it is stored in a plane: limited to +-0x7fff.
 static inline std::int16_t plane_sample(fix v) { return std::int16_t(v > 0x7ffe ? 0x7fff : v < -0x7ffe ? -0x7fff : v); }
 
@@ -106,6 +110,8 @@ int check_abort();
 bool abort_pending();
 /// Stops the render from any thread.
 void request_abort();
+/// Stops it as one that can't be done, after a report of why: perform_effect() gives -1. Main thread only.
+void fail_frame();
 using abort_query = int (*)();
 /// The host adapter's question; null: never abort. Asked anew at the next check_abort().
 void set_abort_query(abort_query query);

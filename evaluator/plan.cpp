@@ -101,8 +101,8 @@ void fold_node(genotype& g, node& n) {
   n.uniform_args = ALL_UNIFORM;
   if (is_function(n)) {
     bind_args_through_passes(g, n);
-    // A function whose kernel is missing has no value to fold.
-    const bool foldable = !(n.fun->fun_flags & FUN_NEVER_CONSTANT) && (n.fun->is_image_fun || !is_unbuilt(n));
+    // What differs from line to line is no constant.
+    const bool foldable = !(n.fun->fun_flags & FUN_NEVER_CONSTANT) && !n.fun->position_dependent;
     set_flag(n, NODE_CONSTANT, foldable && all_args_constant(n));
     if (is_constant(n)) set_genotype_constant_vals(n);
   }

@@ -107,18 +107,32 @@ void free_prev_planes(temp_set_record& set) {
   set.image_count = 0;
 }
 
-temp_set_record& prev_dest_set() { return Globals->temp_set ? *Globals->temp_set : Globals->temp_sets[0]; }
+/// Whether the planes still lie as this render's view does. Planes are read by position in the view.
+bool same_view(const temp_set_record& set) {
+  const raster_info& view = temp_raster_info;
+  return set.view_x0 == view.x0 && set.view_y0 == view.y0 && set.view_width == view.width &&
+         set.view_height == view.height;
+}
 
-void set_prev_planes(node& n) {
+/// Planes for all nodes that read the previous output: they have one store.
+void set_prev_planes(const genotype& g) {
+  int count = 0;
+  for (int i = 0; i < g.n_nodes; ++i)
+    if (g.nodes[i].image_count > 0 && keeps_own_planes(g.nodes[i]))
+      count = std::max<int>(count, g.nodes[i].elnum < 4 ? 3 : g.nodes[i].elnum);
+  if (count == 0) return;
   temp_set_record& set = prev_dest_set();
   const int width = std::max(dest_raster_info.width, temp_raster_info.width);
   const int height = std::max(dest_raster_info.height, temp_raster_info.height);
-  const int count = n.elnum < 4 ? 3 : n.elnum;
   const std::int64_t held = std::int64_t(set.width) * set.height, wanted = std::int64_t(width) * height;
-  if (width != set.width || height != set.height) {
+  if (width != set.width || height != set.height || !same_view(set)) {
     set.frames_held = 0;
     set.width = std::int16_t(width);
     set.height = std::int16_t(height);
+    set.view_x0 = temp_raster_info.x0;
+    set.view_y0 = temp_raster_info.y0;
+    set.view_width = temp_raster_info.width;
+    set.view_height = temp_raster_info.height;
   }
   if (held < wanted || set.image_count != count) {
     free_prev_planes(set);
@@ -168,10 +182,15 @@ void set_handle_suite(const handle_suite* new_suite) {
   suite = wanted;
 }
 
-void** new_temp_handle(std::int64_t size) {
+void** try_temp_handle(std::int64_t size) {
   void** handle = suite.new_handle(size);
   if (handle && suite.lock(handle)) return handle;
   if (handle) suite.dispose(handle);
+  return nullptr;
+}
+
+void** new_temp_handle(std::int64_t size) {
+  if (void** handle = try_temp_handle(size)) return handle;
   set_message("Out of memory allocating temp image handle of %" PRId64 " bytes", size);
   report_message(REPORT_ERROR);
   fatal_exit(-100);
@@ -209,14 +228,28 @@ std::int32_t* current_long_image() {
   return long_image_handle ? static_cast<std::int32_t*>(*long_image_handle) : nullptr;
 }
 
+temp_set_record& prev_dest_set() { return Globals->temp_set ? *Globals->temp_set : Globals->temp_sets[0]; }
+
+bool prev_dest_valid() {
+  const temp_set_record& set = prev_dest_set();
+  return set.reset_mark && set.frames_held > 0;
+}
+
+void set_prev_dest_valid(bool valid) {
+  constexpr int MOST_COUNTED = 127;
+  temp_set_record& set = prev_dest_set();
+  set.reset_mark = valid;
+  set.frames_held = std::int8_t(valid ? std::min(set.frames_held + 1, MOST_COUNTED) : 0);
+}
+
 void set_node_images(genotype& g, int reassign, int clear_ready) {
   bool uses_long_image = false;
+  set_prev_planes(g);
   for (int i = 0; i < g.n_nodes; ++i) {
     node& n = g.nodes[i];
     if (n.image_count <= 0) continue;
     if (n.fun && n.fun->fun_class == CLASS_BLUR) uses_long_image = true;
     if (keeps_own_planes(n)) {
-      set_prev_planes(n);
       copy_prev_addresses(n);
       continue;
     }

@@ -7,6 +7,8 @@
 
 namespace tessaron {
 
+struct temp_set_record;  // genotype/globals.h
+
 inline constexpr int STACK_BANK_SLOTS = 100;
 inline constexpr int SHARED_BANK_SLOTS = 20;
 inline constexpr int SHARED_BANK_TABLE = 24;
@@ -24,7 +26,10 @@ struct handle_suite {
 /// Installs the host's operations; null puts the engine's own (plain memory) back.
 void set_handle_suite(const handle_suite* suite);
 
+/// A locked handle. The host has none: fatal.
 void** new_temp_handle(std::int64_t size);
+/// The same, null where the host has none.
+void** try_temp_handle(std::int64_t size);
 void free_temp_handle(void** handle);
 
 std::int16_t* get_temp_image_array_i(int slot, int shared);
@@ -37,6 +42,14 @@ extern std::int32_t long_image_width, long_image_height;
 /// whose planes stand.
 void set_node_images(genotype& g, int reassign, int clear_ready);
 void free_all_temp_images();
+
+/// Planes in which the record of the call under way keeps its effect's earlier output.
+temp_set_record& prev_dest_set();
+/// Whether they hold the output of the frame before, or what stands for it at the start of a run.
+bool prev_dest_valid();
+/// Marks them as valid, which frames_held counts, or not.
+void set_prev_dest_valid(bool valid);
+
 /// Whether the pool was emptied since the last call.
 bool take_images_freed();
 

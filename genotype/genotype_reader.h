@@ -86,7 +86,5 @@ void read_cached_row_stepped(node& n);
 /// What choose_combo() makes the row kernel of an image operator: one of the two above. The stepped
 /// one stands here only while a render samples at a step above 1.
 extern node_kernel operator_cache_reader;
-/// Kernel of a function that is in the catalogue but not built yet: a render that reaches it fails.
-void not_built_yet(node& n);
 
 }  // namespace tessaron

@@ -37,6 +37,7 @@ struct temp_set_record {
   std::int16_t* planes[4];
   void* handles[4];
   std::int8_t frames_held;
+  std::int32_t view_x0, view_y0, view_width, view_height;  // beyond the record: how the planes lie
 };
 
 struct input_border { std::int16_t left, right, top, bottom; std::int16_t empty; };

@@ -16,6 +16,7 @@
 #include "host/host_state.h"
 #include "host/host_suites.h"
 #include "host/live_records.h"
+#include "operators/lens_flares.h"
 #include "platform/platform.h"
 
 namespace tessaron {
@@ -41,6 +42,7 @@ void install_hooks(const pf_in_data& in_data) {
 /// that the next setup starts clean.
 void end_process_life() {
   free_all_temp_images();
+  free_flare_lists();
   set_handle_suite(nullptr);
   set_abort_query(nullptr);
   remove_message_hooks();

@@ -10,6 +10,7 @@
 #include "evaluator/plan.h"
 #include "evaluator/temp_images.h"
 #include "host/alpha_modes.h"
+#include "host/clip_frames.h"
 #include "host/configuration.h"
 #include "host/converters.h"
 #include "host/display_globals.h"
@@ -190,6 +191,7 @@ std::int32_t evaluate(frame_effect& effect, const pf_in_data& in_data, const pf_
   select_effect_i(effect.effect_i, 1);
   settle_output_alpha(g);
 
+  const clip_access clips(in_data, g, effect.inputs, effect.bgra);
   observer.prepared();
   if (perform_effect() != 0) {
     report(REPORT_ERROR, "Tessaron(%s:%s): Error performing effect.\n", text_or_empty(Globals->plugin_name), g.name);

@@ -70,9 +70,12 @@ effect_inputs feed_inputs(const genotype& g, const effect_table& table, const ch
   effect_inputs fed;
   fed.count = std::clamp<int>(g.n_inputs, 0, MAX_INPUTS);
   for (int i = 0; i < fed.count; ++i) {
-    fed.layer[i] = inputs.layer(slot_of_input(table, g.input_names[i]));
+    fed.slot[i] = slot_of_input(table, g.input_names[i]);
+    fed.layer[i] = inputs.layer(fed.slot[i]);
     fed.matte[i] = matte_name(g.input_names[i]);
-    if (!fed.layer[i] && (g.default_self_inputs >> i & 1)) fed.layer[i] = inputs.layer(0);
+    if (fed.layer[i] || !(g.default_self_inputs >> i & 1)) continue;
+    fed.slot[i] = 0;
+    fed.layer[i] = inputs.layer(0);
   }
   return fed;
 }

@@ -39,8 +39,9 @@ class checked_out_inputs {
 /// What the inputs of one effect are fed with, by image number less 1.
 struct effect_inputs {
   int count = 0;
-  const pf_world* layer[MAX_INPUTS] = {};  // null: a dummy, which reads as zeros
-  bool matte[MAX_INPUTS] = {};             // named "Matte" or "Mask"
+  const pf_world* layer[MAX_INPUTS] = {};   // null: a dummy, which reads as zeros
+  int slot[MAX_INPUTS] = {-1, -1, -1, -1};  // the host's, by which other frames are asked for; -1: none
+  bool matte[MAX_INPUTS] = {};              // named "Matte" or "Mask"
 };
 /// Finds each input of `g` by its name among the plug-in's. An input that has no layer of its own and is
 /// declared default_input_self takes the first input's.

@@ -10,6 +10,12 @@ namespace {
 
 constexpr fix OUTSIDE_VALUE = 0;  // transparent black
 
+// Host images lie outside the caches: what is read next is called for while this stretch is worked on.
+void call_for_next_stretch(const std::uint8_t* pixels, std::int64_t bytes) {
+  constexpr int LINE_BYTES = 64;
+  for (std::int64_t i = 0; i < bytes; i += LINE_BYTES) __builtin_prefetch(pixels + i);
+}
+
 template <int FORMAT, bool MIX, bool LUT>
 void read_source(const raster_info& raster, int y, int x0, int x1, fix* const* planes, int n_elements, int) {
   const int count = read_count_slot(n_elements);
@@ -25,8 +31,11 @@ void read_source(const raster_info& raster, int y, int x0, int x1, fix* const* p
     std::fill_n(planes[e], span.left, OUTSIDE_VALUE);
     std::fill_n(inside[e] + span.n, span.right, OUTSIDE_VALUE);
   }
-  if (span.n > 0)
-    chosen_row_converters().read[host_format_slot(FORMAT)][count][MIX][LUT](raster.data + span.offset, inside, span.n);
+  if (span.n <= 0) return;
+  const std::uint8_t* pixels = raster.data + span.offset;
+  const std::int64_t bytes = std::int64_t(span.n) * raster.bytes_per_pixel;
+  call_for_next_stretch(pixels + bytes, bytes);
+  chosen_row_converters().read[host_format_slot(FORMAT)][count][MIX][LUT](pixels, inside, span.n);
 }
 
 template <int FORMAT>

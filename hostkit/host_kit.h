@@ -67,6 +67,9 @@ struct frame_request {
   std::function<void(int current, int total)> progress;
   /// Moves `values` (at first instance::values()) to what they are at a frame; null: they stand still.
   std::function<void(double frame, std::vector<pf_param_def>& values)> values_at;
+  /// The picture of an input slot at another frame than this one's, null for no layer; unset: inputs stand still. It
+  /// stays where it is until the next call. What it throws ends the frame and comes out of render().
+  std::function<const image*(int slot, double frame)> input_at;
   /// Last hand on the records of the render command, for hosts with habits of their own.
   std::function<void(pf_in_data&, pf_param_def** params, pf_world& output)> before_render;
   bool want_root = false;
@@ -93,7 +96,8 @@ struct stats_record {
 struct frame_result {
   int error = 0;  // what the command returned
   image output;
-  int origin_x = 0, origin_y = 0;
+  int origin_x = 0, origin_y = 0;        // of the layer in the output, which may have grown around it
+  int layer_width = 0, layer_height = 0;
   root_values root;
   stats_record stats;
   std::vector<std::string> messages;  // of this frame

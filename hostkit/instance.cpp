@@ -138,6 +138,15 @@ pf_world instance::state::input_world(std::size_t slot) const {
   return none;
 }
 
+pf_world instance::state::input_world_at(std::size_t slot, double frame) const {
+  const bool another = request && request->input_at && frame != request->frame;
+  if (!another) return input_world(slot);
+  const image* picture = request->input_at(int(slot), frame);
+  if (!picture) return {};
+  if (is_bgra(picture->format) != bgra) throw host_error("An input is not in the layout that the plug-in takes.");
+  return world_of(*picture);
+}
+
 void instance::state::place_params() {
   call_params = values_in_pixels(double(in_data.current_time) / in_data.time_step);
   call_params[0].u.layer = input_world(0);
@@ -314,9 +323,12 @@ frame_result instance::render(const frame_request& request) {
   host.request = &request;
   host.result = &result;
   host.checked_out = 0;
+  host.fault = nullptr;
   host.root_elements = 0;
 
   describe_frame(host, request);
+  result.layer_width = host.layer_width;
+  result.layer_height = host.layer_height;
   host.place_params();
   result.error = host.call(PF_Cmd_FRAME_SETUP);
   if (result.error) return result;
@@ -342,6 +354,7 @@ frame_result instance::render(const frame_request& request) {
     host.in_data = described;
     host.in_data.sequence_data = sequence;
   }
+  if (host.fault) std::rethrow_exception(std::exchange(host.fault, nullptr));
   host.adopt_changes();
   if (request.want_root) pack_root(result.root, host.root_elements);
   result.inputs_left_out = host.checked_out;

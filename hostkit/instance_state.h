@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <deque>
+#include <exception>
 
 #include "hostkit/host_kit.h"
 
@@ -26,6 +27,8 @@ struct instance::state {
   void adopt_changes();
   /// The layer of an input slot, no pixels where the request has none.
   pf_world input_world(std::size_t slot) const;
+  /// The same at another frame. Throws what the request's input_at() throws.
+  pf_world input_world_at(std::size_t slot, double frame) const;
   /// Slot of a host parameter that is an input; -1: it is none.
   int input_slot(std::size_t index) const;
 
@@ -54,6 +57,7 @@ struct instance::state {
   frame_result* result = nullptr;
   int layer_width = 720, layer_height = 486;  // of the layer in pixels, downsampled
   int checked_out = 0;
+  std::exception_ptr fault;  // of the request's own functions, which the engine must not see
   std::atomic<int> root_elements = 0;
 };
 

@@ -85,15 +85,21 @@ std::int32_t checkout_param(void* effect_ref, std::int32_t index, std::int32_t t
                             std::uint32_t time_scale, pf_param_def* param) {
   state& host = of(effect_ref);
   if (index < 0 || std::size_t(index) >= host.declared.size() || time_scale == 0) return PF_Err_BAD_REQUEST;
+  // In the frame's own time scale a whole frame is a whole number.
+  const double scales = double(host.in_data.time_scale) / time_scale;
+  const double frame = time * scales / (host.in_data.time_step ? host.in_data.time_step : 1);
   const int slot = host.input_slot(std::size_t(index));
   if (slot >= 0) {
-    *param = host.declared[std::size_t(index)];
-    param->u.layer = host.input_world(std::size_t(slot));
+    try {
+      *param = host.declared[std::size_t(index)];
+      param->u.layer = host.input_world_at(std::size_t(slot), frame);
+    } catch (...) {
+      host.fault = std::current_exception();
+      return PF_Err_INTERNAL;
+    }
     ++host.checked_out;
     return 0;
   }
-  const double seconds = double(time) / time_scale;
-  const double frame = seconds * host.in_data.time_scale / (host.in_data.time_step ? host.in_data.time_step : 1);
   *param = host.values_in_pixels(frame)[std::size_t(index)];
   ++host.checked_out;
   return 0;

@@ -1,7 +1,7 @@
 // Means of an image over a part of the frame.
+#include "operators/bodies/averages.h"
 #include "catalogue/functions/groups.h"
 #include "catalogue/functions/parts.h"
-#include "genotype/genotype_reader.h"
 
 namespace tessaron::TESSARON_LEVEL {
 namespace {
@@ -22,7 +22,7 @@ void define_averages(fun_registry& r) {
              .fun_class = CLASS_OTHER,
              .flags = FUN_REAL_IMAGE,
              .image = &PLANES_PER_ROW,
-             .combos = {{"1,2,2>1 2,2,2>2 3,2,2>3 4,2,2>4", not_built_yet}}});
+             .combos = {{"1,2,2>1 2,2,2>2 3,2,2>3 4,2,2>4", ave_in_rect_image}}});
   define(r, {.name = "ave_in_matte",
              .args = {"image", "matte"},
              .doc = "The mean of an image where a matte lets it count.",
@@ -31,7 +31,7 @@ void define_averages(fun_registry& r) {
              .fun_class = CLASS_OTHER,
              .flags = FUN_REAL_IMAGE,
              .image = &AVE_IN_MATTE,
-             .combos = {{"1,1>1 2,1>2 3,1>3 4,1>4", not_built_yet}}});
+             .combos = {{"1,1>1 2,1>2 3,1>3 4,1>4", ave_in_matte_image}}});
 }
 
 }  // namespace tessaron::TESSARON_LEVEL

@@ -1,7 +1,9 @@
 // Other frames of a clip, fields, and the output of the frame before.
+#include "operators/clips.h"
 #include "catalogue/functions/groups.h"
 #include "catalogue/functions/parts.h"
-#include "genotype/genotype_reader.h"
+#include "operators/bodies/fields.h"
+#include "operators/bodies/time_warp.h"
 
 namespace tessaron::TESSARON_LEVEL {
 namespace {
@@ -24,7 +26,7 @@ void define_clips(fun_registry& r) {
              .flags = FUN_READS_CLIP | FUN_TIME_WARP,
              .flags2 = FUN2_SMOOTHS,
              .image = &PLANES_BY_IMAGE,
-             .combos = {{"1,1,1>1 3,1,1>3 4,1,1>4", not_built_yet}}});
+             .combos = {{"1,1,1>1 3,1,1>3 4,1,1>4", time_warp_image}}});
   define(r, {.name = "get_frame",
              .args = {"clip", "frame", "interp"},
              .doc = "Another frame of a clip.",
@@ -33,7 +35,7 @@ void define_clips(fun_registry& r) {
              .fun_class = CLASS_CLIP,
              .flags = FUN_READS_CLIP,
              .image = &PLANES_BY_IMAGE,
-             .combos = {{"1,1,1>1 3,1,1>3 4,1,1>4", not_built_yet}}});
+             .combos = {{"1,1,1>1 3,1,1>3 4,1,1>4", get_frame_image}}});
   define(r, {.name = "interlace_get_frames",
              .args = {"clip0", "frame0", "field0", "clip1", "frame1", "field1", "rev_field_mode", "field_dominance"},
              .doc = "Two fields of two clips at other frames, as one frame.",
@@ -42,7 +44,7 @@ void define_clips(fun_registry& r) {
              .fun_class = CLASS_CLIP,
              .flags = FUN_READS_CLIP,
              .image = &PLANES_BY_IMAGE,
-             .combos = {{"1,1,1,1,1,1,1,1>1 3,1,1,3,1,1,1,1>3 4,1,1,4,1,1,1,1>4", not_built_yet}}});
+             .combos = {{"1,1,1,1,1,1,1,1>1 3,1,1,3,1,1,1,1>3 4,1,1,4,1,1,1,1>4", interlace_get_frames_image}}});
   define(r, {.name = "extract_field",
              .args = {"image", "field"},
              .doc = "One field of an image, its lines spread over the frame.",
@@ -50,13 +52,15 @@ void define_clips(fun_registry& r) {
              .weight = 1.0f,
              .fun_class = CLASS_OTHER,
              .image = &PLANES_PER_ROW,
-             .combos = {{"1,1>1 3,1>3 4,1>4", not_built_yet}}});
+             .combos = {{"1,1>1 3,1>3 4,1>4", extract_field_image}}});
   define(r, {.name = "interlace",
              .args = {"frame1", "frame2", "dominance"},
              .doc = "Two images as the two fields of one frame.",
              .cost = 2,
              .fun_class = CLASS_OTHER,
-             .combos = {{"1,1,1>1 2,2,1>1 3,3,1>1 4,4,1>1", not_built_yet}}});
+             .row_start_args = 1 << 2,  // dominance
+             .position_dependent = true,
+             .combos = {{"1,1,1>1 2,2,1>1 3,3,1>1 4,4,1>1", interlace}}});
 }
 
 void define_previous_output(fun_registry& r) {
@@ -68,7 +72,7 @@ void define_previous_output(fun_registry& r) {
              .fun_class = CLASS_OTHER,
              .flags = FUN_NEVER_CONSTANT | FUN_FRAME_DEPENDENT | FUN_PREV_OUTPUT | FUN_NO_CACHE,
              .image = &PREV_DEST,
-             .combos = {{"1>3 3>3 4>4", not_built_yet}}});
+             .combos = {{"1>3 3>3 4>4", prev_dest_image}}});
 }
 
 }  // namespace tessaron::TESSARON_LEVEL

@@ -1,7 +1,8 @@
 // The errors of a broken stream of compressed pictures.
+#include "operators/bodies/jpeg_damage.h"
+
 #include "catalogue/functions/groups.h"
 #include "catalogue/functions/parts.h"
-#include "genotype/genotype_reader.h"
 
 namespace tessaron::TESSARON_LEVEL {
 namespace {
@@ -22,7 +23,7 @@ void define_damage(fun_registry& r) {
              .flags = FUN_REAL_IMAGE,
              .flags2 = FUN2_SMOOTHS,
              .image = &PLANES_BY_IMAGE,
-             .combos = {{"3,1,3,2,2,1,1,1,1,1,2>3", not_built_yet}}});
+             .combos = {{"3,1,3,2,2,1,1,1,1,1,2>3", jpeg_damage}}});
 }
 
 }  // namespace tessaron::TESSARON_LEVEL

@@ -29,19 +29,47 @@ struct xy_to_polar {
   }
 };
 
-/// Turns (dx, dy) by an angle and puts it back on the centre.
-static inline void turn(fix dx, fix dy, fix angle, const fix* center, fix* out) {
-  const fix s = fix_sin(angle), c = fix_cos(angle);
+/// Turns (dx, dy) by an angle of sine s and cosine c and puts it back on the centre.
+static inline void turn(fix dx, fix dy, fix s, fix c, const fix* center, fix* out) {
   out[0] = wrap_add(wrap_add(center[0], wrap_mul(wrap_neg(dy), s) >> FIX_BITS), fix_mul(dx, c));
   out[1] = wrap_add(wrap_add(center[1], fix_mul(dx, s)), fix_mul(c, dy));
 }
+static inline void turn(fix dx, fix dy, fix angle, const fix* center, fix* out) {
+  turn(dx, dy, fix_sin(angle), fix_cos(angle), center, out);
+}
 
 /// In: vector (2), revolutions, center (2).
-struct rotate {
+struct rotate_by_each {
   static inline void of(const fix* in, fix* out) {
     turn(wrap_sub(in[0], in[3]), wrap_sub(in[1], in[4]), in[2], in + 3, out);
   }
 };
+
+/// One angle for all samples of a row, whose sine and cosine are looked up once.
+template <bool ONE_VECTOR, bool ONE_CENTER>
+void rotate_by_one(node& n) {
+  const auto vector = [&](int e) { return sample_source<ONE_VECTOR>{n.arg_rows[0][e], *n.arg_rows[0][e]}; };
+  const auto center = [&](int e) { return sample_source<ONE_CENTER>{n.arg_rows[2][e], *n.arg_rows[2][e]}; };
+  const auto x = vector(0), y = vector(1), center_x = center(0), center_y = center(1);
+  const fix s = fix_sin(*n.arg_rows[1][0]), c = fix_cos(*n.arg_rows[1][0]);
+  fix* __restrict out_x = n.rows[0];
+  fix* __restrict out_y = n.rows[1];
+  const int width = row_width(n);
+#pragma GCC ivdep
+  for (int i = 0; i < width; ++i) {
+    const fix about[2] = {center_x[i], center_y[i]};
+    fix out[2];
+    turn(wrap_sub(x[i], about[0]), wrap_sub(y[i], about[1]), s, c, about, out);
+    out_x[i] = out[0];
+    out_y[i] = out[1];
+  }
+}
+
+void rotate(node& n) {
+  if (!uniform(n, 1)) return vector_rows<rotate_by_each, 5, 2>(n);
+  if (uniform(n, 2)) return uniform(n, 0) ? rotate_by_one<true, true>(n) : rotate_by_one<false, true>(n);
+  return uniform(n, 0) ? rotate_by_one<true, false>(n) : rotate_by_one<false, false>(n);
+}
 
 /// In: vector (2), revolutions, center (2), start_rad, rotate_offset. The turn falls off with the
 /// radius; inside start_rad twice over, a parabola takes the place of the radius.
@@ -205,7 +233,7 @@ void define_geometry(fun_registry& r) {
              .cost = 3,
              .fun_class = CLASS_MATH,
              .pass = pass_if_second_is_zero,
-             .combos = {{"2,1,2>2", vector_rows<rotate, 5, 2>}}});
+             .combos = {{"2,1,2>2", rotate}}});
   define(r, {.name = "vortex",
              .args = {"vector", "revolutions", "center", "start_rad", "rotate_offset"},
              .doc = "Turns by revolutions / radius about center, with a smooth core of start_rad, plus rotate_offset.",

@@ -1,7 +1,7 @@
 // A ruled plane in perspective.
+#include "operators/grid.h"
 #include "catalogue/functions/groups.h"
 #include "catalogue/functions/parts.h"
-#include "genotype/genotype_reader.h"
 
 namespace tessaron::TESSARON_LEVEL {
 namespace {
@@ -21,7 +21,7 @@ void define_grid(fun_registry& r) {
              .fun_class = CLASS_OTHER,
              .flags = FUN_NEVER_CONSTANT,
              .image = &DRAWN_PLANES,
-             .combos = {{"2,2,2,2,1,1,1,1,1,1,1>1", not_built_yet}}});
+             .combos = {{"2,2,2,2,1,1,1,1,1,1,1>1", draw_grid_image}}});
 }
 
 }  // namespace tessaron::TESSARON_LEVEL

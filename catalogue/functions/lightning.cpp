@@ -1,7 +1,8 @@
 // Lightning between points, to an object and out of one.
+#include "operators/lightning.h"
 #include "catalogue/functions/groups.h"
 #include "catalogue/functions/parts.h"
-#include "genotype/genotype_reader.h"
+#include "operators/bodies/zap_to.h"
 
 namespace tessaron::TESSARON_LEVEL {
 namespace {
@@ -24,7 +25,7 @@ void define_lightning(fun_registry& r) {
              .fun_class = CLASS_OTHER,
              .flags = FUN_NEVER_CONSTANT,
              .image = &DRAWN_PLANES,
-             .combos = {{"2,2,1,1,2,1,2,2,1,2,2>1", not_built_yet}}});
+             .combos = {{"2,2,1,1,2,1,2,2,1,2,2>1", zap_image}}});
   define(r, {.name = "zap_to",
              .args = {"to_obj", "center", "radius", "bolts_points", "width_vary", "end_pointiness", "start_len",
                       "wrinkle_amp", "branchiness", "branch_ang_len", "seed_phase", "threshold_show"},
@@ -34,7 +35,7 @@ void define_lightning(fun_registry& r) {
              .fun_class = CLASS_OTHER,
              .flags = FUN_NEVER_CONSTANT | FUN_REAL_IMAGE,
              .image = &PLANES_BY_IMAGE,
-             .combos = {{"1,2,1,2,2,1,2,1,1,2,2,2>1", not_built_yet}}});
+             .combos = {{"1,2,1,2,2,1,2,1,1,2,2,2>1", zap_to_image}}});
   define(r, {.name = "zap_from",
              .args = {"from_obj", "max_len_vary", "vary_spacing", "bolts", "width_vary", "end_pointiness", "start_len",
                       "wrinkle_curve", "branchiness", "branch_ang_len", "seed_phase", "threshold_show"},
@@ -44,7 +45,7 @@ void define_lightning(fun_registry& r) {
              .fun_class = CLASS_OTHER,
              .flags = FUN_NEVER_CONSTANT | FUN_REAL_IMAGE,
              .image = &PLANES_BY_IMAGE,
-             .combos = {{"1,2,1,1,2,1,2,2,1,2,2,2>1", not_built_yet}}});
+             .combos = {{"1,2,1,1,2,1,2,2,1,2,2,2>1", zap_from_image}}});
   define(r, {.name = "zap_from_mask",
              .args = {"from_obj", "mask", "max_len_vary_spacing", "bolts", "width_vary", "end_pointiness", "start_len",
                       "wrinkle_curve", "branchiness", "branch_ang_len", "seed_phase", "threshold_show"},
@@ -54,7 +55,7 @@ void define_lightning(fun_registry& r) {
              .fun_class = CLASS_OTHER,
              .flags = FUN_NEVER_CONSTANT | FUN_REAL_IMAGE,
              .image = &ZAP_FROM_MASK,
-             .combos = {{"1,1,3,1,2,1,2,2,1,2,2,2>1", not_built_yet}}});
+             .combos = {{"1,1,3,1,2,1,2,2,1,2,2,2>1", zap_from_mask_image}}});
 }
 
 }  // namespace tessaron::TESSARON_LEVEL

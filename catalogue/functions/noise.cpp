@@ -1,39 +1,19 @@
-// Noise. `static` and `random` are hashes of a pixel's number or of a seed; the noises proper and the
-// cell patterns work on a lattice.
+// Noise. `static` and `random` are hashes of a pixel's number or of a seed; `noise` and its kin fill the frame from a
+// lattice, and solid_noise.cpp and cells.cpp hold what works at coordinates.
+#include "operators/bodies/noise.h"
 #include "base/fixed.h"
 #include "catalogue/functions/groups.h"
+#include "catalogue/functions/noises.h"
 #include "evaluator/frame.h"
 #include "evaluator/kernels.h"
 #include "evaluator/pass_hooks.h"
 #include "evaluator/tables.h"
-#include "genotype/genotype_reader.h"
 
 namespace tessaron::TESSARON_LEVEL {
 namespace {
 
 /// noise and its kin fill the planes of their result and read no image.
 constexpr image_needs FRAME_NOISE = {.images_per_element = 1, .aux_count_b = 1};
-
-void define_warp_noises(fun_registry& r) {
-  define(r, {.name = "warp_noise",
-             .args = {"coords", "frequency", "octaves", "rand_seed"},
-             .doc = "Solid noise at any coordinates, around 0.5.",
-             .cost = 20,
-             .fun_class = CLASS_COORD_NOISE,
-             .combos = {{"2,1,1,1>1 2,2,1,1>1", not_built_yet}}});
-  define(r, {.name = "warp_noise2",
-             .args = {"coords", "frequency", "octaves", "rand_seed", "scale"},
-             .doc = "Two elements of solid noise at any coordinates.",
-             .cost = 20,
-             .fun_class = CLASS_COORD_NOISE,
-             .combos = {{"2,1,1,1,1>2 2,2,1,1,1>2", not_built_yet}}});
-  define(r, {.name = "warp_noise3",
-             .args = {"coords", "frequency", "octaves", "rand_seed"},
-             .doc = "Three elements of solid noise at any coordinates.",
-             .cost = 20,
-             .fun_class = CLASS_COORD_NOISE,
-             .combos = {{"2,1,1,1>3 2,2,1,1>3", not_built_yet}}});
-}
 
 void define_frame_noises(fun_registry& r) {
   define(r, {.name = "noise",
@@ -45,7 +25,7 @@ void define_frame_noises(fun_registry& r) {
              .flags = FUN_NEVER_CONSTANT,
              .flags2 = FUN2_SMOOTHS,
              .image = &FRAME_NOISE,
-             .combos = {{"1,1,2,1>1 2,1,2,1>1", not_built_yet}}});
+             .combos = {{"1,1,2,1>1 2,1,2,1>1", noise_image}}});
   define(r, {.name = "noise2",
              .args = {"frequency", "octaves", "shift", "rand_seed", "scale"},
              .doc = "Two elements of fractal noise over the frame, around 0, times scale.",
@@ -56,7 +36,7 @@ void define_frame_noises(fun_registry& r) {
              .flags2 = FUN2_SMOOTHS,
              .image = &FRAME_NOISE,
              .pass = [](const node& n) -> int { return arg_zero(n, 4) ? 4 : -1; },
-             .combos = {{"1,1,2,1,1>2 2,1,2,1,1>2", not_built_yet}}});
+             .combos = {{"1,1,2,1,1>2 2,1,2,1,1>2", noise_image}}});
   define(r, {.name = "noise3",
              .args = {"frequency", "octaves", "shift", "rand_seed"},
              .doc = "Three elements of fractal noise over the frame, around 0.5.",
@@ -66,7 +46,7 @@ void define_frame_noises(fun_registry& r) {
              .flags = FUN_NEVER_CONSTANT,
              .flags2 = FUN2_SMOOTHS,
              .image = &FRAME_NOISE,
-             .combos = {{"1,1,2,1>3 2,1,2,1>3", not_built_yet}}});
+             .combos = {{"1,1,2,1>3 2,1,2,1>3", noise_image}}});
 }
 
 // --- hashes ------------------------------------------------------------------------------------------
@@ -151,33 +131,10 @@ void define_hashes(fun_registry& r) {
              .combos = {{"1>1", unary<seed_hash>}}});
 }
 
-// --- cell patterns -----------------------------------------------------------------------------------
-
-void define_cell_patterns(fun_registry& r) {
-  define(r, {.name = "spots",
-             .args = {"coords", "frequency", "radius", "rand_seed"},
-             .doc = "Soft spots, one in each cell of two lattices.",
-             .cost = 20,
-             .fun_class = CLASS_COORD_NOISE,
-             .combos = {{"2,1,1,1>1 2,2,1,1>1", not_built_yet}}});
-  define(r, {.name = "voronoi",
-             .args = {"coords", "frequency", "rotate_centers", "rand_seed"},
-             .doc = "Voronoi cells: 1.0 on the edges, falling towards the centres.",
-             .cost = 20,
-             .fun_class = CLASS_COORD_NOISE,
-             .combos = {{"2,1,1,1>1 2,2,1,1>1", not_built_yet}}});
-  define(r, {.name = "hex_tiles",
-             .args = {"coords", "frequency", "revs"},
-             .doc = "A tiling of bevelled hexagons, lit from revs.",
-             .cost = 2,
-             .fun_class = CLASS_PATTERN,
-             .combos = {{"2,1,1>1 2,2,1>1", not_built_yet}}});
-}
-
 }  // namespace
 
 void define_noise(fun_registry& r) {
-  define_warp_noises(r);
+  define_solid_noises(r);
   define_frame_noises(r);
   define_hashes(r);
   define_cell_patterns(r);

@@ -1,7 +1,11 @@
 // Looks of a style: an insect's eye, drops of water, brush strokes, and the foldings of a kaleidoscope.
 #include "catalogue/functions/groups.h"
 #include "catalogue/functions/parts.h"
-#include "genotype/genotype_reader.h"
+#include "evaluator/kernels.h"
+#include "operators/bodies/drops.h"
+#include "operators/bodies/flys_eye.h"
+#include "operators/bodies/kaleido.h"
+#include "operators/bodies/paint.h"
 
 namespace tessaron::TESSARON_LEVEL {
 namespace {
@@ -23,7 +27,7 @@ void define_stylisers(fun_registry& r) {
              .flags2 = FUN2_COORDS,
              .image = &SAMPLED,
              .combos = {{"1,2,2,2,1,1,1,1,1,2>1 2,2,2,2,1,1,1,1,1,2>2 3,2,2,2,1,1,1,1,1,2>3 4,2,2,2,1,1,1,1,1,2>4",
-                         not_built_yet}}});
+                         flys_eye_image}}});
   define(r, {.name = "drops",
              .args = {"image", "coords", "amplitude", "frequency", "phase", "rotate", "in_out_rads", "in_out_soft",
                       "max_centers"},
@@ -33,7 +37,7 @@ void define_stylisers(fun_registry& r) {
              .fun_class = CLASS_PATTERN,
              .flags = FUN_REAL_IMAGE,
              .image = &SAMPLED,
-             .combos = {{"1,2,1,2,1,1,2,2,1>2", not_built_yet}}});
+             .combos = {{"1,2,1,2,1,1,2,2,1>2", drops_image}}});
   define(r, {.name = "paint",
              .args = {"image", "frequency", "pre_blur", "follow_grad", "grad_blur", "rand_seed"},
              .doc = "Brush strokes in the colours of the image.",
@@ -43,7 +47,7 @@ void define_stylisers(fun_registry& r) {
              .flags = FUN_REAL_IMAGE,
              .flags2 = FUN2_SMOOTHS,
              .image = &PAINT,
-             .combos = {{"1,1,1,1,1,1>1 2,1,1,1,1,1>2 3,1,1,1,1,1>3 4,1,1,1,1,1>4", not_built_yet}}});
+             .combos = {{"1,1,1,1,1,1>1 2,1,1,1,1,1>2 3,1,1,1,1,1>3 4,1,1,1,1,1>4", paint_image}}});
 }
 
 void define_foldings(fun_registry& r) {
@@ -52,19 +56,19 @@ void define_foldings(fun_registry& r) {
              .doc = "Folds coordinates into the triangles of a kaleidoscope.",
              .cost = 4,
              .fun_class = CLASS_KALEIDO,
-             .combos = {{"2,1>2", not_built_yet}}});
+             .combos = {{"2,1>2", vector_rows<kaleido_fold, 3, 2>}}});
   define(r, {.name = "kaleido_diamonds",
              .args = {"coords", "scale"},
              .doc = "Folds coordinates into diamonds.",
              .cost = 4,
              .fun_class = CLASS_KALEIDO,
-             .combos = {{"2,1>2", not_built_yet}}});
+             .combos = {{"2,1>2", vector_rows<kaleido_diamonds_fold, 3, 2>}}});
   define(r, {.name = "kaleido_oct",
              .args = {"coords", "scale"},
              .doc = "Folds coordinates into octagons.",
              .cost = 4,
              .fun_class = CLASS_KALEIDO,
-             .combos = {{"2,1>2", not_built_yet}}});
+             .combos = {{"2,1>2", vector_rows<kaleido_oct_fold, 3, 2>}}});
 }
 
 }  // namespace tessaron::TESSARON_LEVEL

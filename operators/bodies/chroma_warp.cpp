@@ -97,8 +97,7 @@ void chroma_warp_by(node& n, const walk_args& walk, const chroma_args& args) {
 
   const color_scales scales(settings);
   job = {sampler::of_current_image(), walk, settings.n_steps, chroma_warp_color_scales().data()};
-  image_process_pixels_loop(
-      n, mipmap_table.elnum == 1 ? chroma_rows<FILTERED>::OF_ONE : chroma_rows<FILTERED>::OF_COLORS, plane_sink);
+  finish_by_pixels(n, mipmap_table.elnum == 1 ? chroma_rows<FILTERED>::OF_ONE : chroma_rows<FILTERED>::OF_COLORS);
 }
 
 }  // namespace

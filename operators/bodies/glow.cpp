@@ -107,15 +107,15 @@ void glow_channel(const node& n, int channel, std::int16_t* image, std::int16_t*
   const auto blur_to = [&](std::int16_t* dest, fix scale) {
     blur_plane_to_plane(dest, light, scale, radii.x, radii.y, blur_edge_mode, PASSES, subpixel, false, width, height);
   };
+  const bool any_width = radii.x > 0 || radii.y > 0;
   if (scale_source == 0) {
-    if (brightness == 0)
-      clear_plane(image);
-    else
-      blur_to(image, brightness);
+    if (any_width && brightness != 0) return blur_to(image, brightness);
+    copy_plane(image, light);
+    scale_plane(image, brightness);
   } else if (brightness == 0) {
     scale_plane(image, scale_source);
   } else {
-    if (radii.x > 0 || radii.y > 0) blur_to(light, FIX_ONE);
+    if (any_width) blur_to(light, FIX_ONE);
     if (!abort_pending()) lay_light(image, light, scale_source, brightness);
   }
 }

@@ -34,18 +34,18 @@ inline level_axis y_levels(const mipmap_table_record& t) {
   return {t.y_level_limit, t.y_level_row, t.max_y_level, several, several ? HALF_PIXEL / 2 : 0};
 }
 
-#if !defined(__AVX2__)
-
 /// The four neighbours of (x, y), which lies within a level's border, and what they weigh. `start` is the place of
 /// the level's first interior sample.
 template <int E>
-inline void set_texel(const sampler& s, texel_block& t, int i, fix x, fix y, std::uint32_t start, fix seen) {
+inline void set_texel(texel_block& t, int i, fix x, fix y, std::uint32_t start, std::uint32_t row_stride, fix seen) {
   const fix fx = x & 0xfff, fy = y & 0xfff;
   const fix fxy = (fx * fy) >> FIX_BITS;
-  t.offset[i] = start + std::uint32_t(y >> FIX_BITS) * std::uint32_t(s.row_stride) + std::uint32_t(x >> FIX_BITS) * E;
+  t.offset[i] = start + std::uint32_t(y >> FIX_BITS) * row_stride + std::uint32_t(x >> FIX_BITS) * E;
   t.top[i] = std::uint32_t((FIX_ONE - fx - fy + fxy) | (fx - fxy) << 16) & std::uint32_t(seen);
   t.bottom[i] = std::uint32_t((fy - fxy) | fxy << 16) & std::uint32_t(seen);
 }
+
+#if !defined(__AVX2__)
 
 /// Texels of the image itself. Positions that wrap lie inside the frame, and so inside an image that covers it. The
 /// limits hold for all positions alike: they change nothing there, and keep reading inside the memory where the image
@@ -55,8 +55,8 @@ inline void bilinear_texels(const sampler& s, const pixel_block& at, int count, 
   const fix limit_x = s.table->x_level_limit[0], limit_y = s.table->y_level_limit[0];
   const std::uint32_t start = level_start(*s.table, 0, 0);
   for (int i = 0; i < count; ++i)
-    set_texel<E>(s, t, i, fix_clamp(at.x[i], -FIX_ONE, limit_x), fix_clamp(at.y[i], -FIX_ONE, limit_y), start,
-                 at.seen[i]);
+    set_texel<E>(t, i, fix_clamp(at.x[i], -FIX_ONE, limit_x), fix_clamp(at.y[i], -FIX_ONE, limit_y), start,
+                 std::uint32_t(s.row_stride), at.seen[i]);
 }
 
 /// One direction of one position: the finer level, how far it is to the next, and where to read both.
@@ -79,7 +79,7 @@ template <int E>
 inline void corner_texels(const sampler& s, const pixel_block& at, const level_block& levels, int count,
                           corner_block& out) {
   const level_axis across = x_levels(*s.table), down = y_levels(*s.table);
-  const std::uint32_t border = std::uint32_t(s.row_stride + E);
+  const std::uint32_t row_stride = std::uint32_t(s.row_stride), border = row_stride + E;
   fix any_coarse = 0, any_mixed = 0;
   for (int i = 0; i < count; ++i) {
     const level_step x = step_between_levels(across, at.x[i], levels.x[i]);
@@ -92,10 +92,10 @@ inline void corner_texels(const sampler& s, const pixel_block& at, const level_b
 
     const bool coarser_down = y.part > x.part;
     const auto start = [&](int lx, int ly) { return across.start[lx] + down.start[ly] + border; };
-    set_texel<E>(s, out.fine, i, x.fine, y.fine, start(x.level, y.level), at.seen[i]);
-    set_texel<E>(s, out.coarse, i, x.coarse, y.coarse, start(x.level + 1, y.level + 1), at.seen[i]);
-    set_texel<E>(s, out.mixed, i, coarser_down ? x.fine : x.coarse, coarser_down ? y.coarse : y.fine,
-                 start(x.level + !coarser_down, y.level + coarser_down), at.seen[i]);
+    set_texel<E>(out.fine, i, x.fine, y.fine, start(x.level, y.level), row_stride, at.seen[i]);
+    set_texel<E>(out.coarse, i, x.coarse, y.coarse, start(x.level + 1, y.level + 1), row_stride, at.seen[i]);
+    set_texel<E>(out.mixed, i, coarser_down ? x.fine : x.coarse, coarser_down ? y.coarse : y.fine,
+                 start(x.level + !coarser_down, y.level + coarser_down), row_stride, at.seen[i]);
   }
   out.any_coarse = any_coarse != 0;
   out.any_mixed = any_mixed != 0;
@@ -103,6 +103,7 @@ inline void corner_texels(const sampler& s, const pixel_block& at, const level_b
 
 #else
 
+inline constexpr int LANES = 8;
 inline __m256i load_8(const fix* p) { return _mm256_load_si256(reinterpret_cast<const __m256i*>(p)); }
 inline void store_8(void* p, __m256i v) { _mm256_store_si256(static_cast<__m256i*>(p), v); }
 inline __m256i clamped(__m256i v, __m256i high) {
@@ -136,7 +137,7 @@ inline void bilinear_texels(const sampler& s, const pixel_block& at, int count, 
   const __m256i limit_y = _mm256_set1_epi32(s.table->y_level_limit[0]);
   const __m256i start = _mm256_set1_epi32(int(level_start(*s.table, 0, 0)));
   const __m256i row_stride = _mm256_set1_epi32(s.row_stride);
-  for (int i = 0; i < count; i += TEXEL_ROUND)
+  for (int i = 0; i < count; i += LANES)
     set_texels<E>(t, i, clamped(load_8(at.x + i), limit_x), clamped(load_8(at.y + i), limit_y), start, row_stride,
                   load_8(at.seen + i));
 }
@@ -199,7 +200,7 @@ inline void corner_texels(const sampler& s, const pixel_block& at, const level_b
   const step_axis across(x_levels(*s.table)), down(y_levels(*s.table));
   const __m256i row_stride = _mm256_set1_epi32(s.row_stride), border = _mm256_set1_epi32(s.row_stride + E);
   __m256i any_coarse = _mm256_setzero_si256(), any_mixed = any_coarse;
-  for (int i = 0; i < count; i += TEXEL_ROUND) {
+  for (int i = 0; i < count; i += LANES) {
     const level_steps x = across.step(load_8(at.x + i), load_8(levels.x + i));
     const level_steps y = down.step(load_8(at.y + i), load_8(levels.y + i));
     const __m256i apart = _mm256_abs_epi32(_mm256_sub_epi32(x.part, y.part));

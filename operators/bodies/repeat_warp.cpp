@@ -71,7 +71,7 @@ void repeat_warp_by(node& n, const walk_args& walk, const repeat_args& args, con
   if (!prepare_sampling_image(n, wrap_x, wrap_y, walk.from_levels >= 0)) return;
   job = {sampler::of_current_image(), walk, n_steps, weights.first,
          wrap_sub(weights.last, weights.first) / (n_steps - 1)};
-  image_process_pixels_loop(n, rows, plane_sink);
+  finish_by_pixels(n, rows);
 }
 
 }  // namespace

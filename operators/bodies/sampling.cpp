@@ -39,6 +39,42 @@ void wrap_and_scale(const sampler& s, const position_block& p, pixel_block& out)
   }
 }
 
+/// Neighbouring pixels mostly share their memory's lines.
+inline void call_for_texels(const sampler& s, const texel_block& t, int count) {
+  constexpr int STEP = 2;
+  const std::int16_t* below = s.image + s.row_stride;
+  for (int i = 0; i < count; i += STEP) {
+    __builtin_prefetch(s.image + t.offset[i]);
+    __builtin_prefetch(below + t.offset[i]);
+  }
+}
+
+/// positions_of(), pixels_of() and bilinear_texels() in one loop.
+template <wrap_kind WX, wrap_kind WY, int E>
+inline void find_some(const sampler& s, const fix* x, const fix* y, int count, texel_block& out) {
+  const sampling_frame f = s.frame;
+  const fix limit_x = s.table->x_level_limit[0], limit_y = s.table->y_level_limit[0];
+  const std::uint32_t start = level_start(*s.table, 0, 0);
+  const std::uint32_t row_stride = std::uint32_t(s.row_stride);
+#pragma GCC ivdep
+  for (int i = 0; i < count; ++i) {
+    const fix x16 = sampler::position_of_x(x[i]), y16 = sampler::position_of_y(y[i], f.inv_aspect_fix);
+    const fix px = wrap_sub(wrap_sub(wrap_mul(wrapped<WX>(x16), f.full_width) >> 4, HALF_PIXEL), f.origin_x);
+    const fix py = wrap_sub(wrap_sub(wrap_mul(wrapped<WY>(y16), f.full_height) >> 4, HALF_PIXEL), f.origin_y);
+    set_texel<E>(out, i, fix_clamp(px, -FIX_ONE, limit_x), fix_clamp(py, -FIX_ONE, limit_y), start, row_stride,
+                 inside<WX>(x16) & inside<WY>(y16));
+  }
+}
+
+template <wrap_kind WX, wrap_kind WY, int E>
+void find_texels(const sampler& s, const fix* x, const fix* y, int count, texel_block& out) {
+  if (count == SAMPLE_BLOCK)
+    find_some<WX, WY, E>(s, x, y, SAMPLE_BLOCK, out);  // a length that the loop knows
+  else
+    find_some<WX, WY, E>(s, x, y, count, out);
+  call_for_texels(s, out, count);
+}
+
 using wrap_function = void (*)(const sampler&, const position_block&, pixel_block&);
 constexpr wrap_function WRAP_FUNCTIONS[3][3] = {
     {wrap_and_scale<WRAP_NONE, WRAP_NONE>, wrap_and_scale<WRAP_NONE, WRAP_REPEAT>,
@@ -57,30 +93,44 @@ sampler sampler::of_current_image() {
           mipmap_table.row_stride,
           mipmap_buffer,
           &mipmap_table,
+          x_wrap_kind(),
+          y_wrap_kind(),
           WRAP_FUNCTIONS[x_wrap_kind()][y_wrap_kind()]};
 }
 
 template <int E>
-void find_texels(const sampler& s, const pixel_block& at, int count, texel_block& out) {
-  constexpr int STEP = 4;  // neighbouring pixels mostly share their memory's lines
-  count = rounded_up(count);
-  bilinear_texels<E>(s, at, count, out);
-  for (int i = 0; i < count; i += STEP) {
-    __builtin_prefetch(s.image + out.offset[i]);
-    __builtin_prefetch(s.image + out.offset[i] + s.row_stride);
-  }
+texel_finder<E> texel_finder_of(const sampler& s) {
+  static constexpr texel_finder<E> FINDERS[3][3] = {
+      {find_texels<WRAP_NONE, WRAP_NONE, E>, find_texels<WRAP_NONE, WRAP_REPEAT, E>,
+       find_texels<WRAP_NONE, WRAP_MIRROR, E>},
+      {find_texels<WRAP_REPEAT, WRAP_NONE, E>, find_texels<WRAP_REPEAT, WRAP_REPEAT, E>,
+       find_texels<WRAP_REPEAT, WRAP_MIRROR, E>},
+      {find_texels<WRAP_MIRROR, WRAP_NONE, E>, find_texels<WRAP_MIRROR, WRAP_REPEAT, E>,
+       find_texels<WRAP_MIRROR, WRAP_MIRROR, E>},
+  };
+  return FINDERS[s.wrap_x][s.wrap_y];
 }
 
 template <int E>
-void sum_texels(const sampler& s, const texel_block& t, int count, sample_block<E>& out) {
-  read_texels<E>(s.image, s.row_stride, t, rounded_up(count), out);
+void sum_texels(const sampler& s, const texel_block& t, int count, fix* const* rows, int first) {
+  if (count == SAMPLE_BLOCK) {
+    sample_rows<E> out;
+    for (int e = 0; e < E; ++e) out.of[e] = rows[e] + first;
+    read_texels<E>(s.image, s.row_stride, t, SAMPLE_BLOCK, out);
+    return;
+  }
+  sample_block<E> samples;
+  read_texels<E>(s.image, s.row_stride, t, rounded_up(count), samples);
+  store_samples<E>(samples, count, rows, first);
 }
 
 template <int E>
 void bilinear_samples(const sampler& s, const pixel_block& at, int count, sample_block<E>& out) {
   texel_block t;
-  find_texels<E>(s, at, count, t);
-  sum_texels<E>(s, t, count, out);
+  count = rounded_up(count);
+  bilinear_texels<E>(s, at, count, t);
+  call_for_texels(s, t, count);
+  read_texels<E>(s.image, s.row_stride, t, count, out);
 }
 
 template <int E>
@@ -104,14 +154,14 @@ void mip_samples(const sampler& s, const pixel_block& at, const level_block& lev
     for (int i = 0; i < count; ++i)
       out.of[e][i] = (out.of[e][i] * a[i] + coarse.of[e][i] * b[i] + mixed.of[e][i] * c[i]) >> FIX_BITS;
 }
-template void find_texels<1>(const sampler&, const pixel_block&, int, texel_block&);
-template void find_texels<2>(const sampler&, const pixel_block&, int, texel_block&);
-template void find_texels<3>(const sampler&, const pixel_block&, int, texel_block&);
-template void find_texels<4>(const sampler&, const pixel_block&, int, texel_block&);
-template void sum_texels<1>(const sampler&, const texel_block&, int, sample_block<1>&);
-template void sum_texels<2>(const sampler&, const texel_block&, int, sample_block<2>&);
-template void sum_texels<3>(const sampler&, const texel_block&, int, sample_block<3>&);
-template void sum_texels<4>(const sampler&, const texel_block&, int, sample_block<4>&);
+template texel_finder<1> texel_finder_of<1>(const sampler&);
+template texel_finder<2> texel_finder_of<2>(const sampler&);
+template texel_finder<3> texel_finder_of<3>(const sampler&);
+template texel_finder<4> texel_finder_of<4>(const sampler&);
+template void sum_texels<1>(const sampler&, const texel_block&, int, fix* const*, int);
+template void sum_texels<2>(const sampler&, const texel_block&, int, fix* const*, int);
+template void sum_texels<3>(const sampler&, const texel_block&, int, fix* const*, int);
+template void sum_texels<4>(const sampler&, const texel_block&, int, fix* const*, int);
 template void bilinear_samples<1>(const sampler&, const pixel_block&, int, sample_block<1>&);
 template void bilinear_samples<2>(const sampler&, const pixel_block&, int, sample_block<2>&);
 template void bilinear_samples<3>(const sampler&, const pixel_block&, int, sample_block<3>&);

@@ -56,6 +56,7 @@ struct sampler {
   std::int32_t elnum, row_stride;
   const std::int16_t* image;
   const mipmap_table_record* table;
+  wrap_kind wrap_x, wrap_y;
   void (*wrap_and_scale)(const sampler& s, const position_block& p, pixel_block& out);
 
   static sampler of_current_image();
@@ -63,9 +64,13 @@ struct sampler {
   void positions_of(const fix* x, const fix* y, int count, position_block& out) const {
     const fix inv_aspect_fix = frame.inv_aspect_fix;
     for (int i = 0; i < count; ++i) {
-      out.x[i] = wrap_add(wrap_mul(x[i], 8), 32768);
-      out.y[i] = wrap_add(wrap_mul(wrap_neg(y[i]), inv_aspect_fix) >> 9, 32768);
+      out.x[i] = position_of_x(x[i]);
+      out.y[i] = position_of_y(y[i], inv_aspect_fix);
     }
+  }
+  static inline fix position_of_x(fix x) { return wrap_add(wrap_mul(x, 8), 32768); }
+  static inline fix position_of_y(fix y, fix inv_aspect_fix) {
+    return wrap_add(wrap_mul(wrap_neg(y), inv_aspect_fix) >> 9, 32768);
   }
   void pixels_of(const position_block& p, pixel_block& out) const { wrap_and_scale(*this, p, out); }
 };
@@ -80,13 +85,18 @@ struct alignas(64) texel_block {
 
 // Reading in two steps, so that the memory of the next block can be on its way while one is summed.
 
-/// The neighbours of a block of pixels in the image itself, and their memory called for.
+/// The neighbours of a block of coordinates in the image itself, and their memory called for. Behind `count` the block
+/// keeps what it held: it has to hold offsets within the image, such as 0.
 template <int E>
-void find_texels(const sampler& s, const pixel_block& at, int count, texel_block& out);
+using texel_finder = void (*)(const sampler& s, const fix* x, const fix* y, int count, texel_block& out);
+/// That of the image's wrap modes.
 template <int E>
-void sum_texels(const sampler& s, const texel_block& t, int count, sample_block<E>& out);
+texel_finder<E> texel_finder_of(const sampler& s);
+/// The samples of a block into rows from `first` on.
+template <int E>
+void sum_texels(const sampler& s, const texel_block& t, int count, fix* const* rows, int first);
 
-/// Both steps in one: the bilinear samples of the image itself at a block of pixels; `count` is rounded up to 8.
+/// The bilinear samples of the image itself at a block of pixels; `count` is rounded up to 8.
 template <int E>
 void bilinear_samples(const sampler& s, const pixel_block& at, int count, sample_block<E>& out);
 

@@ -2,6 +2,9 @@
 
 #include <cstring>
 
+#include "evaluator/frame.h"
+#include "evaluator/loop_plan.h"
+
 #if defined(__SSE4_1__)
 #include <immintrin.h>
 #endif
@@ -98,6 +101,32 @@ void store_plane_row(std::int16_t* __restrict plane, const fix* __restrict row, 
 void plane_sink(node& root, std::int64_t offset, int width) {
   const int count = root.elnum < max_elnum ? root.elnum : max_elnum;
   for (int e = 0; e < count; ++e) store_plane_row(root.images[e] + offset, root.rows[e], width);
+}
+
+namespace {
+
+/// Rows to the output as they would come back from planes.
+void output_sink(node& root, std::int64_t offset, int width) {
+  const raster_info &view = temp_raster_info, &dest = dest_raster_info;
+  const render_info_record& part = render_info;
+  const int y = view.y0 + int(offset / view.width), x = view.x0 + int(offset % view.width);
+  const int first = fix_max(x, fix_max(part.render_x0, dest.x0));
+  const int last = fix_min(x + width - 1, fix_min(part.render_x1, dest.x1));
+  if (first > last || y < fix_max(part.render_y0, dest.y0) || y > fix_min(part.render_y1, dest.y1)) return;
+  const int count = last - first + 1;
+  const fix* rows[4] = {};
+  for (int e = 0; e < root.elnum; ++e) {
+    fix* row = root.rows[e] + (first - x);
+    for (int i = 0; i < count; ++i) row[i] = plane_sample(row[i]);
+    rows[e] = row;
+  }
+  pixel_io.write_dest(dest, y, first, count, 1, rows, root.elnum, dest_alpha_mode_for(root.elnum));
+}
+
+}  // namespace
+
+void finish_by_pixels(node& n, const node_kernel (&row_functions)[5]) {
+  image_process_pixels_loop(n, row_functions, take_output(n) ? output_sink : plane_sink);
 }
 
 const mipmap_sinks MIPMAP_SINKS = {nullptr, mipmap_sink<1>, mipmap_sink<2>, mipmap_sink<3>, mipmap_sink<4>};

@@ -16,13 +16,30 @@ namespace tessaron::TESSARON_LEVEL {
 namespace {
 
 /// Texels per round; counts are rounded up to it.
+#if defined(__AVX512BW__)
+inline constexpr int TEXEL_ROUND = 16;
+#else
 inline constexpr int TEXEL_ROUND = 8;
+#endif
+static_assert(SAMPLE_BLOCK % TEXEL_ROUND == 0);
+
+/// Rows of the elements of some samples, at any alignment.
+template <int E>
+struct sample_rows {
+  fix* of[E];
+};
+template <int E>
+inline sample_rows<E> rows_of(sample_block<E>& block) {
+  sample_rows<E> rows;
+  for (int e = 0; e < E; ++e) rows.of[e] = block.of[e];
+  return rows;
+}
 
 #if !defined(__SSE4_1__)
 
 template <int E>
 inline void read_texels(const std::int16_t* image, std::int32_t row_stride, const texel_block& t, int count,
-                        sample_block<E>& out) {
+                        const sample_rows<E>& out) {
   for (int i = 0; i < count; ++i) {
     const std::int16_t* top = image + t.offset[i];
     const std::int16_t* bottom = top + row_stride;
@@ -43,7 +60,7 @@ inline int load_4_bytes(const std::int16_t* p) {
   return v;
 }
 inline __m128i words(const std::uint32_t* p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p)); }
-inline void store_4(fix* out, __m128i v) { _mm_store_si128(reinterpret_cast<__m128i*>(out), v); }
+inline void store_4(fix* out, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(out), v); }
 
 /// Puts the two neighbours of each element side by side: r0 g0 b0 (a0) r1 g1 b1 (a1) to r0 r1 g0 g1 b0 b1 (a0 a1).
 template <int E>
@@ -60,7 +77,7 @@ inline __m128i four_pairs(const std::int16_t* image, const std::uint32_t* offset
   return _mm_insert_epi32(v, load_4_bytes(image + offset[3]), 3);
 }
 inline void read_texels_1(const std::int16_t* image, std::int32_t row_stride, const texel_block& t, int count,
-                          sample_block<1>& out) {
+                          const sample_rows<1>& out) {
   for (int i = 0; i < count; i += 4) {
     const __m128i top = _mm_madd_epi16(four_pairs(image, t.offset + i), words(t.top + i));
     const __m128i bottom = _mm_madd_epi16(four_pairs(image + row_stride, t.offset + i), words(t.bottom + i));
@@ -75,7 +92,7 @@ inline __m128i two_of_two(const std::int16_t* image, const std::uint32_t* offset
   return _mm_madd_epi16(_mm_shuffle_epi8(v, pairs), weights);
 }
 inline void read_texels_2(const std::int16_t* image, std::int32_t row_stride, const texel_block& t, int count,
-                          sample_block<2>& out) {
+                          const sample_rows<2>& out) {
   for (int i = 0; i < count; i += 4) {
     __m128i sums[2];
     for (int k = 0; k < 2; ++k) {
@@ -92,7 +109,56 @@ inline void read_texels_2(const std::int16_t* image, std::int32_t row_stride, co
   }
 }
 
-#if defined(__AVX2__)
+#if defined(__AVX512BW__)
+
+// Three and four elements: four positions in a register, i + k, i + 4 + k, i + 8 + k and i + 12 + k, so that the
+// transposition below stays within quarters. The quarters come by masked loads, which need no shuffle.
+template <int K>
+struct lane {  // as a shuffle that puts word K of each quarter into all its words
+  static constexpr int value = K * 0x55;
+};
+inline __m512i four_positions(const std::int16_t* image, const std::uint32_t* offset, __m512i pairs, __m512i weights) {
+  const auto load = [&](int place) { return load_16_bytes(image + offset[place]); };
+  __m512i v = _mm512_zextsi128_si512(load(0));
+  v = _mm512_mask_broadcast_i64x2(v, 0x0c, load(4));
+  v = _mm512_mask_broadcast_i64x2(v, 0x30, load(8));
+  v = _mm512_mask_broadcast_i64x2(v, 0xc0, load(12));
+  return _mm512_madd_epi16(_mm512_shuffle_epi8(v, pairs), weights);
+}
+
+template <int E>
+inline void read_texels_4(const std::int16_t* image, std::int32_t row_stride, const texel_block& t, int count,
+                          const sample_rows<E>& out) {
+  // Of the unmasked forms compilers warn: they begin with an undefined value.
+  constexpr __mmask16 ALL = 0xffff;
+  const __m512i pairs = _mm512_maskz_broadcast_i32x4(ALL, neighbour_pairs<E>());
+  const std::int16_t* below = image + row_stride;
+  for (int i = 0; i < count; i += 16) {
+    const __m512i top = _mm512_load_si512(t.top + i), bottom = _mm512_load_si512(t.bottom + i);
+    const auto sample = [&](int k, __m512i w_top, __m512i w_bottom) {
+      const std::uint32_t* offset = t.offset + i + k;
+      const __m512i sum =
+          _mm512_add_epi32(four_positions(image, offset, pairs, w_top), four_positions(below, offset, pairs, w_bottom));
+      return _mm512_maskz_srai_epi32(ALL, sum, FIX_BITS);
+    };
+    const auto spread = [](__m512i weights, auto k) {
+      return _mm512_maskz_shuffle_epi32(ALL, weights, _MM_PERM_ENUM(decltype(k)::value));
+    };
+    const __m512i p0 = sample(0, spread(top, lane<0>()), spread(bottom, lane<0>()));
+    const __m512i p1 = sample(1, spread(top, lane<1>()), spread(bottom, lane<1>()));
+    const __m512i p2 = sample(2, spread(top, lane<2>()), spread(bottom, lane<2>()));
+    const __m512i p3 = sample(3, spread(top, lane<3>()), spread(bottom, lane<3>()));
+    const __m512i rg01 = _mm512_maskz_unpacklo_epi32(ALL, p0, p1), rg23 = _mm512_maskz_unpacklo_epi32(ALL, p2, p3);
+    const __m512i ba01 = _mm512_maskz_unpackhi_epi32(ALL, p0, p1), ba23 = _mm512_maskz_unpackhi_epi32(ALL, p2, p3);
+    const auto store = [&](int e, __m512i v) { _mm512_storeu_si512(out.of[e] + i, v); };
+    store(0, _mm512_maskz_unpacklo_epi64(0xff, rg01, rg23));
+    store(1, _mm512_maskz_unpackhi_epi64(0xff, rg01, rg23));
+    store(2, _mm512_maskz_unpacklo_epi64(0xff, ba01, ba23));
+    if constexpr (E == 4) store(3, _mm512_maskz_unpackhi_epi64(0xff, ba01, ba23));
+  }
+}
+
+#elif defined(__AVX2__)
 
 // Three and four elements: two positions in a register, i + k and i + 4 + k, so that the transposition below stays
 // within halves.
@@ -104,7 +170,7 @@ inline __m256i two_positions(const std::int16_t* image, const std::uint32_t* off
 
 template <int E>
 inline void read_texels_4(const std::int16_t* image, std::int32_t row_stride, const texel_block& t, int count,
-                          sample_block<E>& out) {
+                          const sample_rows<E>& out) {
   const __m256i pairs = _mm256_broadcastsi128_si256(neighbour_pairs<E>());
   const std::int16_t* below = image + row_stride;
   for (int i = 0; i < count; i += 8) {
@@ -122,7 +188,7 @@ inline void read_texels_4(const std::int16_t* image, std::int32_t row_stride, co
     const __m256i p3 = sample(3, _mm256_shuffle_epi32(top, 0xff), _mm256_shuffle_epi32(bottom, 0xff));
     const __m256i rg01 = _mm256_unpacklo_epi32(p0, p1), rg23 = _mm256_unpacklo_epi32(p2, p3);
     const __m256i ba01 = _mm256_unpackhi_epi32(p0, p1), ba23 = _mm256_unpackhi_epi32(p2, p3);
-    const auto store = [&](int e, __m256i v) { _mm256_store_si256(reinterpret_cast<__m256i*>(out.of[e] + i), v); };
+    const auto store = [&](int e, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(out.of[e] + i), v); };
     store(0, _mm256_unpacklo_epi64(rg01, rg23));
     store(1, _mm256_unpackhi_epi64(rg01, rg23));
     store(2, _mm256_unpacklo_epi64(ba01, ba23));
@@ -134,7 +200,7 @@ inline void read_texels_4(const std::int16_t* image, std::int32_t row_stride, co
 
 template <int E>
 inline void read_texels_4(const std::int16_t* image, std::int32_t row_stride, const texel_block& t, int count,
-                          sample_block<E>& out) {
+                          const sample_rows<E>& out) {
   const __m128i pairs = neighbour_pairs<E>();
   const std::int16_t* below = image + row_stride;
   for (int i = 0; i < count; i += 4) {
@@ -163,7 +229,7 @@ inline void read_texels_4(const std::int16_t* image, std::int32_t row_stride, co
 
 template <int E>
 inline void read_texels(const std::int16_t* image, std::int32_t row_stride, const texel_block& t, int count,
-                        sample_block<E>& out) {
+                        const sample_rows<E>& out) {
   if constexpr (E == 1)
     read_texels_1(image, row_stride, t, count, out);
   else if constexpr (E == 2)
@@ -173,6 +239,12 @@ inline void read_texels(const std::int16_t* image, std::int32_t row_stride, cons
 }
 
 #endif
+
+template <int E>
+inline void read_texels(const std::int16_t* image, std::int32_t row_stride, const texel_block& t, int count,
+                        sample_block<E>& out) {
+  read_texels<E>(image, row_stride, t, count, rows_of(out));
+}
 
 }  // namespace
 }  // namespace tessaron::TESSARON_LEVEL

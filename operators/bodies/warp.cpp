@@ -43,30 +43,30 @@ template <int E>
 void warp_row(node& n) {
   const int width = n.vars->row_width;
   fix* const* coords = n.arg_rows[COORDS_ARG];
-  position_block positions = {};
-  pixel_block pixels;
-  sample_block<E> samples;
   if (one_place(n)) {
+    position_block positions = {};
+    pixel_block pixels;
+    sample_block<E> samples;
     job.image.positions_of(coords[0], coords[1], 1, positions);
     job.image.pixels_of(positions, pixels);
     bilinear_samples<E>(job.image, pixels, 1, samples);
     spread_sample<E>(samples, n);
     return;
   }
-  const auto find = [&](int first, texel_block& out) {
-    const int count = fix_min(width - first, SAMPLE_BLOCK);
-    job.image.positions_of(coords[0] + first, coords[1] + first, count, positions);
-    job.image.pixels_of(positions, pixels);
-    find_texels<E>(job.image, pixels, count, out);
-  };
-  // One block ahead.
-  texel_block texels[2];
-  find(0, texels[0]);
-  for (int first = 0, k = 0; first < width; first += SAMPLE_BLOCK, k ^= 1) {
-    if (first + SAMPLE_BLOCK < width) find(first + SAMPLE_BLOCK, texels[k ^ 1]);
-    const int count = fix_min(width - first, SAMPLE_BLOCK);
-    sum_texels<E>(job.image, texels[k], count, samples);
-    store_samples<E>(samples, count, n.rows, first);
+  // Some blocks ahead, so that their memory has time to come.
+  constexpr int AHEAD = 8;
+  texel_block texels[AHEAD] = {};
+  const texel_finder<E> find = texel_finder_of<E>(job.image);
+  const int blocks = (width + SAMPLE_BLOCK - 1) / SAMPLE_BLOCK;
+  int found = 0;
+  for (int k = 0; k < blocks; ++k) {
+    for (; found < blocks && found < k + AHEAD; ++found) {
+      const int first = found * SAMPLE_BLOCK;
+      find(job.image, coords[0] + first, coords[1] + first, fix_min(width - first, SAMPLE_BLOCK),
+           texels[found % AHEAD]);
+    }
+    const int first = k * SAMPLE_BLOCK;
+    sum_texels<E>(job.image, texels[k % AHEAD], fix_min(width - first, SAMPLE_BLOCK), n.rows, first);
   }
 }
 
@@ -150,7 +150,7 @@ void warp_by(node& n, const node_kernel (&rows)[5], bool relative) {
   }
   if (!prepare_sampling_image(n, wrap_x, wrap_y, false)) return;
   job = {sampler::of_current_image(), view_coordinates()};
-  image_process_pixels_loop(n, rows, plane_sink);
+  finish_by_pixels(n, rows);
 }
 
 }  // namespace
@@ -163,7 +163,7 @@ void warp_filter_image(node& n) {
   const fix wrap_x = setting_value(n, LEVELS_WRAP_ARG, 0), wrap_y = setting_value(n, LEVELS_WRAP_ARG, 1);
   if (!prepare_sampling_image(n, wrap_x, wrap_y, true)) return;
   job = {sampler::of_current_image(), {}};
-  image_process_pixels_loop(n, WARP_FILTER_ROWS, plane_sink);
+  finish_by_pixels(n, WARP_FILTER_ROWS);
 }
 
 }  // namespace tessaron::TESSARON_LEVEL

@@ -117,7 +117,14 @@ class kernel_bench {
       node_.arg_consts[a] = arg.const_vals;
       if (forms[a] != arg_form::row) node_.uniform_args |= std::uint16_t(1u << a);
     }
+    if (fun.fun_class == CLASS_COORD_NOISE) {
+      clear_noise_cache(noise_cache_);
+      node_.misc_ptr = noise_cache_;
+    }
   }
+
+  /// For tests of what happens without one.
+  void take_noise_cache_away() { node_.misc_ptr = nullptr; }
 
   kernel_bench(const kernel_bench&) = delete;
   kernel_bench& operator=(const kernel_bench&) = delete;
@@ -196,6 +203,7 @@ class kernel_bench {
   expression_rows vars_{};
   buffer out_[4];
   buffer in_[MAX_ARG_NUMBER][4];
+  alignas(64) std::byte noise_cache_[NOISE_CACHE_BYTES];  // coordinate noises only
 };
 
 // -------------------------------------------------------------------------------------------------

@@ -1,6 +1,8 @@
 // `tessaron render` over single images: pixels, formats, parameters, what it prints.
 #include "cli.h"
 
+#include <cstring>
+
 namespace tessaron::cli {
 namespace {
 
@@ -52,6 +54,38 @@ TEST_F(Cli, transparent_samples_keep_their_colour) {
     ASSERT_EQ(render("Keep", {"-i", path(name), "-o", path("out.png")}).status, 0);
     EXPECT_EQ(console::read_image_file(path("out.png")).data, clear.data) << name;
   }
+}
+
+/// The four numbers of a window in the header of an OpenEXR file: left, top, right, bottom.
+ints exr_window(const std::string& bytes, const std::string& name) {
+  const std::string mark = name + std::string("\0box2i\0", 7) + std::string("\x10\0\0\0", 4);
+  const std::size_t at = bytes.find(mark);
+  if (at == std::string::npos) return {};
+  ints sides(4);
+  for (int i = 0; i < 4; ++i) {
+    std::int32_t side = 0;  // little-endian, as the machines that this runs on
+    std::memcpy(&side, bytes.data() + at + mark.size() + std::size_t(i) * 4, 4);
+    sides[std::size_t(i)] = side;
+  }
+  return sides;
+}
+
+TEST_F(Cli, a_grown_picture_keeps_its_place_in_the_file_s_data_window) {
+  folder.write("defs.text",
+               "(define Grow (Source) (rgba_ok) expand_borders = 1 (int) dest = (blur Source [0.5 0.25] 0 1 0))");
+  image grey = image::make(64, 48, pixel_format::rgba8);
+  std::fill(grey.data.begin(), grey.data.end(), std::uint8_t(128));
+  console::write_image_file(path("in.png"), grey);
+  ASSERT_EQ(render("Grow", {"-i", path("in.png"), "-o", path("out.exr")}).status, 0);
+  // An amount of 1.0 is an eighth of the frame's width: 4 pixels to the sides, 2 up and down.
+  const std::string bytes = folder.read("out.exr");
+  EXPECT_EQ(exr_window(bytes, "dataWindow"), (ints{-4, -2, 67, 49}));
+  EXPECT_EQ(exr_window(bytes, "displayWindow"), (ints{0, 0, 63, 47}));
+  const image grown = console::read_image_file(path("out.exr"));
+  EXPECT_EQ(grown.width, 72);
+  EXPECT_EQ(grown.height, 52);
+  ASSERT_EQ(render("Grow", {"-i", path("in.png"), "-o", path("out.png")}).status, 0);
+  EXPECT_EQ(console::read_image_file(path("out.png")).width, 72) << "the picture, in a format without windows";
 }
 
 TEST_F(Cli, grey_pictures_feed_all_colours) {

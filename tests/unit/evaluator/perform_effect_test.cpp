@@ -10,8 +10,6 @@
 namespace tessaron::testing {
 namespace {
 
-fix source_pixel(int x, int y, int e) { return 10 * x + y + e; }
-
 TEST(perform_effect, needs_a_genotype) {
   definition_renderer r("(define P (Source) () dest = Source)");
   r.record().effect_genotype = nullptr;
@@ -45,23 +43,6 @@ TEST(perform_effect, tells_that_it_prepared) {
   EXPECT_TRUE(r.record().state_flags & STATE_EVAL_PREPARED);
 }
 
-TEST(unbuilt_function, is_refused_by_name_before_any_pixel) {
-  for (const char* dest :
-       {"(+ Source (blur Source 1 0 1 0))", "(+ Source (warp_noise xy 1 1 0))", "(noise 1 1 [0 0] 0)"}) {
-    definition_renderer r(std::string("(define Not_there (Source) () dest = ") + dest + ")");
-    const std::vector<node*> blurs = r.calls_of("blur"), noises = r.calls_of("warp_noise");
-    const char* name = !blurs.empty() ? "blur" : !noises.empty() ? "warp_noise" : "noise";
-    node& unbuilt = *r.calls_of(name)[0];
-    if ((unbuilt.fun->is_image_fun ? unbuilt.image_fun : unbuilt.own_kernel) != not_built_yet) continue;
-    report_capture reports;
-    EXPECT_FALSE(r.render());
-    EXPECT_EQ(reports.severity_of(std::string("Not there: the node function '") + name + "' is not built yet."),
-              REPORT_ERROR)
-        << reports.all();
-    EXPECT_EQ(r.at(0, 0, 0), definition_renderer::UNTOUCHED);
-  }
-}
-
 TEST(get_curve_val, with_a_frame_that_varies_over_the_picture_is_refused_before_any_pixel) {
   definition_renderer r("(define Varies (Source) () p = 1 dest = (+ Source (get_curve_val p x)))");
   report_capture reports;
@@ -69,16 +50,6 @@ TEST(get_curve_val, with_a_frame_that_varies_over_the_picture_is_refused_before_
   EXPECT_TRUE(reports.has("Varies: get_curve_val needs a parameter and a rel_frame that are the same for the whole frame."))
       << reports.all();
   EXPECT_EQ(r.at(0, 0, 0), definition_renderer::UNTOUCHED);
-}
-
-TEST(unbuilt_function, that_is_not_needed_does_no_harm) {
-  definition_renderer r("(define P (Source) () p = 0 dest = (+ Source (if+ p (blur Source 1 0 1 0) Source)))");
-  r.set_source(0, source_pixel);
-  ASSERT_TRUE(r.render());
-  EXPECT_EQ(r.at(0, 3, 1), 2 * source_pixel(3, 1, 0));
-  r.set_param("p", {1});
-  report_capture reports;
-  EXPECT_TRUE(r.calls_of("blur")[0]->image_fun != not_built_yet || !r.render());
 }
 
 // A writer as a host has it, that takes 2 elements in alpha mode 1 alone and counts its rows.

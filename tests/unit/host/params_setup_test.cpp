@@ -9,6 +9,7 @@
 #include "host/configuration.h"
 #include "host/effect_table.h"
 #include "host/host_state.h"
+#include "host/named_lists.h"
 #include "installer/custom_listing.h"
 #include "support/fake_host.h"
 #include "support/scratch_folder.h"
@@ -186,11 +187,13 @@ TEST_F(params_setup_command, a_host_that_takes_lines_gets_the_about_lines) {
   set_down(plugin);
 }
 
-TEST_F(params_setup_command, named_lists_that_are_not_built_fail_with_their_name) {
+TEST_F(params_setup_command, named_lists_that_nothing_reads_fail_with_their_name) {
+  const list_loader before = set_named_list_loader(named_list::lens_flares, nullptr);
   fake_plugin plugin({"(define Flare () Type = 1 (lens_flare_names ignore) dest = x)"});
   EXPECT_EQ(set_up(plugin), PF_Err_INTERNAL);
   EXPECT_TRUE(host.has_message("Flare: the list of lens flares for parameter Type is not built yet."));
   set_down(plugin);
+  set_named_list_loader(named_list::lens_flares, before);
 }
 
 TEST_F(params_setup_command, widgets_are_noted_as_missing) {

@@ -106,7 +106,7 @@ TEST(growing_buffer, starts_with_zeros_and_keeps_its_samples_until_it_grows) {
   EXPECT_EQ(buffer.at_least(1000)[999], 0);
 }
 
-TEST(wrap_argument, that_varies_counts_with_its_first_pixel) {
+TEST(wrap_argument, that_varies_counts_with_what_it_has_in_the_middle) {
   const test_frame f = {.width = 30, .height = 20, .source_channels = 4};
   definition_renderer varying(warp_definition("(warp Source " + FIRST_PAIR + " (v2 (- 0 (* x 2)) 1.5) 0)"), f);
   definition_renderer constant(warp_definition("(warp Source " + FIRST_PAIR + " [1.9 1.5] 0)"), f);

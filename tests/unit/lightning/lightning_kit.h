@@ -1,0 +1,62 @@
+// What tests of lightning share: calls of the functions as text, and measures of a plane.
+#pragma once
+
+#include <cmath>
+#include <string>
+
+#include "unit/operators/gradient_kit.h"
+
+namespace tessaron::testing {
+
+/// Arguments of zap as parameters of a definition, so that tests can move them.
+inline constexpr const char* ZAP =
+    "(define Z () ()\n"
+    "  from = [-0.8 0.2]\n to = [0.7 -0.1]\n scatter = 0\n bolts = 1\n width = [0.2 0]\n pointiness = 0\n"
+    "  shown = [0 1]\n wrinkle = [0.5 0.5]\n branches = 0\n branch = [0.5 0.5]\n seed = [1 0]\n"
+    "  dest = (zap from to scatter bolts width pointiness shown wrinkle branches branch seed))";
+
+inline constexpr test_frame ZAP_FRAME = {.width = 200, .height = 120, .output_channels = 1};
+
+/// Sum of samples in pixels, and where they lie.
+struct light_of_plane {
+  double sum = 0, x = 0, y = 0;
+  int left = 1 << 30, right = -1, top = 1 << 30, bottom = -1;
+};
+inline light_of_plane measure(const definition_renderer& r) {
+  light_of_plane l;
+  for (int y = r.frame_size().y0; y <= r.frame_size().y1; ++y)
+    for (int x = r.frame_size().x0; x <= r.frame_size().x1; ++x) {
+      const double v = r.at(0, x, y) / 4096.0;
+      if (v == 0) continue;
+      l.sum += v;
+      l.x += v * (x + 0.5);
+      l.y += v * (y + 0.5);
+      l.left = std::min(l.left, x);
+      l.right = std::max(l.right, x);
+      l.top = std::min(l.top, y);
+      l.bottom = std::max(l.bottom, y);
+    }
+  if (l.sum > 0) {
+    l.x /= l.sum;
+    l.y /= l.sum;
+  }
+  return l;
+}
+
+/// Mean of the differences of two results, 1.0 for white against black.
+inline double mean_difference(const planes_of_result& a, const planes_of_result& b) {
+  double sum = 0;
+  for (std::size_t i = 0; i < a[0].size(); ++i) sum += std::abs(a[0][i] - b[0][i]) / 4096.0;
+  return sum / double(a[0].size());
+}
+
+/// Every sample between 0 and 1.
+inline void expect_coverage(const planes_of_result& result) {
+  ASSERT_EQ(result.size(), 1u);
+  for (const fix v : result[0]) {
+    ASSERT_GE(v, 0);
+    ASSERT_LE(v, 4096);
+  }
+}
+
+}  // namespace tessaron::testing
