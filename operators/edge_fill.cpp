@@ -36,7 +36,7 @@ struct {
   std::int16_t* plane;
   int width, height;
   std::span<const edge_run> runs;
-  std::int32_t* growth;   // of coverage from the pixel before, width entries a row; 0 where a block isn't marked
+  std::int32_t* growth;   // of coverage from the pixel before, width entries a row; of use where a block is marked
   std::uint8_t* touched;  // by row and block
 } job;
 

@@ -177,6 +177,7 @@ extent extent_of(const ruling& r) {
 
 void draw_grid_image(node& n) {
   check_image_planes(n, n.elnum);
+  settle_args_from(n, BOXES);
   const ruling across = ruling_of(n, 0), down = ruling_of(n, 1);
   const std::size_t wanted = (std::size_t(across.count) + std::size_t(down.count)) * EDGES_OF_A_LINE + 1;
   grid_drawing drawing(n, std::min(wanted, MOST_EDGES));

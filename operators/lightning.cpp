@@ -145,6 +145,7 @@ void show_object(std::int16_t* plane, const std::int16_t* object, fix threshold,
 
 void zap_image(node& n) {
   check_image_planes(n, n.elnum);
+  settle_args_from(n, START);
   const auto value = [&n](int arg, int e = 0) { return n.args[arg]->const_vals[e]; };
   const image_point start = bolt_space_of(value(START, 0), value(START, 1));
   const image_point end = bolt_space_of(value(END, 0), value(END, 1));

@@ -23,6 +23,8 @@ void check_image_planes(const node& n, int expected);
 /// from pixel to pixel all the same counts with its value in the middle of the view, which a warning says. On the
 /// main thread, before the long image is in use.
 void settle_args(node& n, std::initializer_list<int> args);
+/// The same of all arguments from `first` on.
+void settle_args_from(node& n, int first);
 /// Element e of one such argument.
 fix setting_value(node& n, int arg, int e = 0);
 

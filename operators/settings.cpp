@@ -38,21 +38,27 @@ void tell_author(const node& n, const node& value, int arg) {
          n.name ? n.name : n.fun->name, n.fun->arg_names[arg]);
 }
 
+void settle_arg(node& n, int arg) {
+  node& value = *n.args[arg];
+  if (value.node_flags & NODE_CONSTANT) return;
+  tell_author(n, value, arg);
+  settled = value.const_vals;
+  middle_row = place_of_middle_row();
+  eval_node_tree_pixel_loop(&value, middle_pixel_sink, 0, 1);
+}
+
 }  // namespace
 
 void settle_args(node& n, std::initializer_list<int> args) {
-  for (const int arg : args) {
-    node& value = *n.args[arg];
-    if (value.node_flags & NODE_CONSTANT) continue;
-    tell_author(n, value, arg);
-    settled = value.const_vals;
-    middle_row = place_of_middle_row();
-    eval_node_tree_pixel_loop(&value, middle_pixel_sink, 0, 1);
-  }
+  for (const int arg : args) settle_arg(n, arg);
+}
+
+void settle_args_from(node& n, int first) {
+  for (int arg = first; arg < n.arg_number; ++arg) settle_arg(n, arg);
 }
 
 fix setting_value(node& n, int arg, int e) {
-  settle_args(n, {arg});
+  settle_arg(n, arg);
   return n.args[arg]->const_vals[e];
 }
 

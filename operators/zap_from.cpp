@@ -115,6 +115,7 @@ float number(const node& n, int arg, int e) { return float(n.args[arg]->const_va
 void zap_from_image(node& n) {
   constexpr int MAX_LEN_VARY = 1, VARY_SPACING = 2, BOLTS = 3;
   check_image_planes(n, n.elnum);
+  settle_args_from(n, MAX_LEN_VARY);
   zap_from_object(
       n, 0, BOLTS,
       {number(n, MAX_LEN_VARY, 0) * half_frame_width(), number(n, MAX_LEN_VARY, 1), number(n, VARY_SPACING, 0)});
@@ -123,6 +124,7 @@ void zap_from_image(node& n) {
 void zap_from_mask_image(node& n) {
   constexpr int MASK = 1, MAX_LEN_VARY_SPACING = 2, BOLTS = 3;
   check_image_planes(n, 2 * n.elnum);
+  settle_args_from(n, MAX_LEN_VARY_SPACING);
   zap_from_object(n, MASK, BOLTS,
                   {number(n, MAX_LEN_VARY_SPACING, 0) * half_frame_width(), number(n, MAX_LEN_VARY_SPACING, 1),
                    number(n, MAX_LEN_VARY_SPACING, 2)});

@@ -155,6 +155,7 @@ bolt_plan plan_bolt(const target& t, std::uint32_t state, image_point center, fl
 
 void draw_zap_to(node& n, region_scan scan) {
   check_image_planes(n, n.elnum);
+  settle_args_from(n, CENTER);
   const auto value = [&n](int arg, int e = 0) { return n.args[arg]->const_vals[e]; };
   const fix threshold = value(THRESHOLD_SHOW, 0), show = value(THRESHOLD_SHOW, 1);
   const int width = temp_raster_info.width, height = temp_raster_info.height;

@@ -34,7 +34,7 @@ class Cli : public ::testing::Test {
  protected:
   void SetUp() override {
     namespace fs = std::filesystem;
-    fs::create_directory(folder.file("config"));
+    fs::copy(TESSARON_SOURCE_DIR "/config", folder.file("config"));
     fs::copy(TESSARON_SOURCE_DIR "/effects", folder.file("config/effects"), fs::copy_options::recursive);
     folder.write("config/t_config.text",
                  "multi_process_enable: 1\nforce_pixel_aspect_ratio: 0\n"
