@@ -12,6 +12,7 @@ install(TARGETS tessaron_engine EXPORT tessaronTargets
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY include/tessaron DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 file(GLOB config_files CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/config/*.text)
+list(FILTER config_files EXCLUDE REGEX "/t_log\\.text$")
 install(FILES ${config_files} DESTINATION ${config_dir} COMPONENT runtime)
 file(GLOB effect_files CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/effects/*.text)
 install(FILES ${effect_files} DESTINATION ${config_dir}/effects COMPONENT runtime)
