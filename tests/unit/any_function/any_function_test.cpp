@@ -5,6 +5,7 @@
 
 #include "evaluator/pixel_loop.h"
 #include "evaluator/workers.h"
+#include "host/host_state.h"
 #include "tests/support/render_definition.h"
 #include "tests/support/report_capture.h"
 #include "tests/unit/any_function/call_text.h"
@@ -29,6 +30,15 @@ fix scattered(int x, int y, int e) { return fix((x * 2654435761u ^ y * 40503u ^ 
 /// Keeps the previous output from frame to frame, so that two renders of it differ.
 bool has_memory(const fun_info& fun) { return std::string(fun.name) == "get_prev_dest"; }
 
+/// What a sequence set-down of a host gives back beside the planes: the output that was kept for the next frame.
+struct with_kept_output {
+  void operator()(definition_renderer* r) const {
+    free_temp_sets(r->record());
+    delete r;
+  }
+};
+using renderer_ptr = std::unique_ptr<definition_renderer, with_kept_output>;
+
 class any_function : public ::testing::TestWithParam<std::string> {
  protected:
   const fun_info& fun() const { return *level_catalogue(chosen_cpu_level()).find(GetParam().c_str()); }
@@ -37,9 +47,9 @@ class any_function : public ::testing::TestWithParam<std::string> {
     return "(define A (Source) () dest = " + call_text(fun(), combo, numbers, random_, all_vary) + ")";
   }
   /// Null where the language refuses the text: what the functions do is another matter.
-  std::unique_ptr<definition_renderer> renderer(const std::string& text, const test_frame& frame) {
+  renderer_ptr renderer(const std::string& text, const test_frame& frame) {
     try {
-      auto r = std::make_unique<definition_renderer>(text, frame);
+      renderer_ptr r(new definition_renderer(text, frame));
       r->set_source(0, scattered);
       return r;
     } catch (const std::runtime_error&) {
