@@ -50,7 +50,8 @@ template <bool ONE_VECTOR, bool ONE_CENTER>
 void rotate_by_one(node& n) {
   const auto vector = [&](int e) { return sample_source<ONE_VECTOR>{n.arg_rows[0][e], *n.arg_rows[0][e]}; };
   const auto center = [&](int e) { return sample_source<ONE_CENTER>{n.arg_rows[2][e], *n.arg_rows[2][e]}; };
-  const auto x = vector(0), y = vector(1), center_x = center(0), center_y = center(1);
+  const auto x = vector(0), y = vector(1);
+  const auto center_x = center(0), center_y = center(1);
   const fix s = fix_sin(*n.arg_rows[1][0]), c = fix_cos(*n.arg_rows[1][0]);
   fix* __restrict out_x = n.rows[0];
   fix* __restrict out_y = n.rows[1];
