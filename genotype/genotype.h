@@ -165,6 +165,35 @@ struct param {
   int units() const { return flags[2] & PARAM2_UNITS; }
 };
 
+inline constexpr int MAX_WIDGET_PARTS = 12;
+
+/// A parameter that a widget shows and moves.
+struct widget_part {
+  char* name;                // as the base type calls it
+  std::int16_t param_index;  // position in the genotype's params
+  std::uint64_t effect_mask;
+};
+
+/// A handle on the screen, put together from the widget entries of an effect's parameters.
+struct widget_declaration {
+  const char* type_name;      // of the table of types
+  const char* base_type;
+  char* enable_name;          // null: none yet, or another's control switches this widget
+  bool default_on_p;
+  std::int32_t instance;      // -1: not numbered
+  param* enable_param;        // the checkbox, owned; null: another's
+  std::int16_t wenable_here;  // position of the parameter that the checkbox stands behind; -1: no wish
+  bool placed;                // the checkbox has been declared to the host
+  std::int8_t n_parts;
+  widget_part parts[MAX_WIDGET_PARTS];
+
+  // Beyond the record.
+  std::uint8_t default_state;  // as the entries give it: 0 off, 1 on, 3 unset
+  std::int16_t enable_of;      // the widget whose checkbox switches this one; -1: none
+  std::int16_t enable_toggle;  // the effect's own parameter that does; -1: none
+  std::uint64_t effect_mask;   // popup entries that have this widget
+};
+
 struct param_group {
   char* name;
   std::int32_t index;
@@ -213,6 +242,9 @@ struct genotype {
 
   // Beyond the record: the comment block in front of the definition, for help pages (owned).
   char* description;
+  // The widgets (owned), gathered when the host sets up the parameters.
+  std::int32_t n_widgets;
+  widget_declaration* widgets;
 };
 
 }  // namespace tessaron

@@ -55,6 +55,60 @@ param* copy_param(const param& original) {
 
 }  // namespace
 
+param* new_toggle(const char* name, bool on) {
+  std::unique_ptr<param, param_release> p(allocate_zeroed<param>(1));
+  p->ref_count = 1;
+  p->ptype = PTYPE_TOGGLE;
+  p->name = copy_text(name);
+  p->nchannels = p->n_shown = 1;
+  p->max_bound = p->scale = p->normalize_scale = 1;
+  p->slider_min = p->fcp_min = UNSET_MIN;
+  p->slider_max = p->fcp_max = UNSET_MAX;
+  std::fill(std::begin(p->value), std::end(p->value), float(on));
+  std::fill(std::begin(p->default_value), std::end(p->default_value), float(on));
+  p->page = p->group = -1;
+  return p.release();
+}
+
+void release_widget(widget_declaration& w) {
+  free_text(w.enable_name);
+  release_param(w.enable_param);
+  for (int k = 0; k < w.n_parts; ++k) free_text(w.parts[k].name);
+}
+
+void free_widget_list(genotype& g) {
+  for (int i = 0; i < g.n_widgets; ++i) release_widget(g.widgets[i]);
+  delete[] g.widgets;
+  g.widgets = nullptr;
+  g.n_widgets = 0;
+}
+
+void copy_widget_list(genotype& copy, const genotype& g) {
+  copy.n_widgets = 0;
+  copy.widgets = g.n_widgets > 0 ? allocate_zeroed<widget_declaration>(std::size_t(g.n_widgets)) : nullptr;
+  for (; copy.n_widgets < g.n_widgets; ++copy.n_widgets) {
+    const widget_declaration& original = g.widgets[copy.n_widgets];
+    widget_declaration& w = copy.widgets[copy.n_widgets];
+    w = original;
+    // Texts and checkbox of its own, one by one: memory may run out at any of them.
+    w.enable_name = nullptr;
+    w.enable_param = nullptr;
+    for (widget_part& part : w.parts) part.name = nullptr;
+    try {
+      w.enable_name = copy_text(original.enable_name);
+      for (int k = 0; k < w.n_parts; ++k) w.parts[k].name = copy_text(original.parts[k].name);
+      if (original.enable_param) {
+        w.enable_param = new_toggle(original.enable_param->name, original.default_on_p);
+        w.enable_param->host_index = original.enable_param->host_index;
+        w.enable_param->host_id = original.enable_param->host_id;
+      }
+    } catch (...) {
+      ++copy.n_widgets;  // what there is of this one is released with the others
+      throw;
+    }
+  }
+}
+
 void set_node_capacity(genotype& g, int capacity) {
   node* grown = allocate_zeroed<node>(std::size_t(capacity));
   std::copy_n(g.nodes, g.n_nodes, grown);
@@ -163,6 +217,7 @@ void free_genotype(genotype* g) {
     free_text(g->effect_popup_name);
   }
   free_text(g->description);
+  free_widget_list(*g);
   delete[] g->nodes;
   delete g;
 }
@@ -176,9 +231,12 @@ genotype* copy_genotype(const genotype& g) {
   copy->nodes = nullptr;
   copy->description = nullptr;
   copy->n_params = 0;
+  copy->n_widgets = 0;
+  copy->widgets = nullptr;
   copy->description = copy_text(g.description);
   for (; copy->n_params < g.n_params; ++copy->n_params)
     copy->params[copy->n_params] = copy_param(*g.params[copy->n_params]);
+  copy_widget_list(*copy, g);
   for (param_group& group : copy->groups)
     if (group.parent) group.parent = copy->groups + (group.parent - g.groups);
 

@@ -11,6 +11,12 @@ namespace tessaron {
 genotype* read_genotype(const char* name);
 void free_genotype(genotype* g);
 void release_param(param* p);
+/// A checkbox that no definition declares, with one reference.
+param* new_toggle(const char* name, bool on);
+/// Releases what a widget owns.
+void release_widget(widget_declaration& w);
+/// Releases the widgets of a genotype, which then has none.
+void free_widget_list(genotype& g);
 
 /// Searches the source for `( define` or `( def_effect` and reads the name token (TOKEN_SIZE bytes).
 /// False at the end. Keeps the comment block in front of the bracket for the next read_genotype().

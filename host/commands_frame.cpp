@@ -1,5 +1,4 @@
 // The commands of a frame and of the user's hand, each on the record of its instance.
-#include "base/report.h"
 #include "host/commands.h"
 #include "host/host_handles.h"
 #include "host/host_state.h"
@@ -41,14 +40,6 @@ std::int32_t user_changed_param(const command_call& call) {
   record->params = call.params;
   on_user_changed_param(call.params, *static_cast<const std::int32_t*>(call.extra));
   return PF_Err_NONE;
-}
-
-std::int32_t event(const command_call& call) {
-  const call_record record(call.in_data, record_choice::instance);
-  // Only an instance with handles on the screen answers events.
-  if (!record || !record->widgets) return PF_Err_NONE;
-  report(REPORT_ERROR, "On-screen handles are not built yet.\n");
-  return PF_Err_INTERNAL;
 }
 
 }  // namespace tessaron

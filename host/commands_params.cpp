@@ -13,6 +13,7 @@
 #include "host/host_state.h"
 #include "host/live_records.h"
 #include "host/parameters.h"
+#include "host/widgets/declarations.h"
 #include "installer/name_placeholder.h"
 
 namespace tessaron {
@@ -91,18 +92,6 @@ std::int32_t load_custom_effect(const tessaron_plugin& plugin) {
   return PF_Err_NONE;
 }
 
-/// Handles on the screen are drawn by a part that does not exist yet; the parameters work without.
-void note_missing_widgets() {
-  for (int i = 0; i < Globals->n_effects; ++i) {
-    const genotype* g = Globals->genotypes[i];
-    for (int k = 0; g && k < g->n_params; ++k)
-      if (g->params[k]->widgets) {
-        report(REPORT_NOTE, "%s: on-screen handles are not built yet; its parameters work without them.\n", g->name);
-        return;
-      }
-  }
-}
-
 bool can_add_params(const pf_in_data& in_data) {
   if (in_data.inter.add_param) return true;
   report(REPORT_ERROR, "%s",
@@ -124,6 +113,7 @@ std::int32_t declare_all(pf_in_data& in_data, pf_out_data& out_data) {
   record.popup_param_index = std::uint8_t(next_index > popup_index ? popup_index : 0);
   record.first_param_index = std::uint8_t(next_index);
   if (const std::int32_t error = declare_params(in_data, next_index, next_id)) return error;
+  share_enable_places();
   out_data.num_params = next_index;
   return PF_Err_NONE;
 }
@@ -143,7 +133,7 @@ std::int32_t params_setup(const command_call& call) {
   check_shared_params();
   select_effect_i(0, 0);
   check_effect_grid(*record->effect_table);
-  note_missing_widgets();
+  gather_plugin_widgets();
   if (!can_add_params(call.in_data)) return PF_Err_INTERNAL;
   if (const std::int32_t error = declare_all(call.in_data, *call.out_data)) return error;
   const std::int32_t result =

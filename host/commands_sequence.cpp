@@ -12,6 +12,7 @@
 #include "host/host_handles.h"
 #include "host/host_state.h"
 #include "host/live_records.h"
+#include "host/widgets/controller.h"
 #include "platform/platform.h"
 
 namespace tessaron {
@@ -66,6 +67,7 @@ void copy_record(globals_record& copy, globals_record& plugin) {
   copy.temp_set = &copy.temp_sets[0];
   if (copy.effect_table) ++copy.effect_table->ref_count;
   copy.effect_genotype = nullptr;
+  copy.widgets = nullptr;
   copy.n_eval_image_nodes = 0;
   for (genotype*& g : copy.genotypes) g = nullptr;
   for (int i = 0; i < plugin.n_effects; ++i)
@@ -116,6 +118,7 @@ void drop_sequence_data(const command_call& call) {
 }  // namespace
 
 void release_record(globals_record& record) {
+  free_widgets(record);  // they point into the genotypes
   for (genotype*& g : record.genotypes) {
     if (g) free_genotype(g);
     g = nullptr;
@@ -150,6 +153,7 @@ std::int32_t sequence_setup(const command_call& call) {
   try {
     const call_record record(call.in_data, record_choice::instance);
     start_shared_data();
+    if (record) make_widgets();
   } catch (...) {
     if (!live) drop_sequence_data(call);  // a host takes nothing from a command that failed
     throw;

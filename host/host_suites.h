@@ -9,6 +9,8 @@ inline constexpr const char* COMBUSTION_SUITE = "Combustion Basic Suite";
 inline constexpr const char* MESSAGE_SUITE = "VDS App Suite";
 inline constexpr const char* HELP_SUITE = "Tessaron Help Suite";
 inline constexpr const char* FORMAT_SUITE = "Image Format Negotiation Suite";
+inline constexpr const char* ADV_APP_SUITE = "PF AE Adv App Suite";
+inline constexpr const char* WIDGET_SUITE = "Tessaron Widget Suite";
 
 /// A suite, acquired as long as this lives; null where the host lacks it.
 template <class Table>

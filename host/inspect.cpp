@@ -25,6 +25,7 @@
 #include "host/host_state.h"
 #include "host/named_lists.h"
 #include "host/parameters.h"
+#include "host/widgets/declarations.h"
 #include "host/render_records.h"
 #include "installer/custom_listing.h"
 #include "platform/platform.h"
@@ -316,6 +317,8 @@ genotype* inspect_definition(const definition_text& definition, std::vector<insp
   try {
     start_engine();
     g = load_effect_from_string(text);
+    widget_numbering numbering = widget_numbering::unknown;
+    if (g) gather_widgets(*g, numbering);
   } catch (const TessaronAbortException&) {
     g = nullptr;  // its words are among the reports
   }

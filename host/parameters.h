@@ -58,11 +58,16 @@ bool shown_as_point(const param& p, const pf_param_def& def);
 double host_to_engine(const param& p, int channel, const unit_frame& f, double v);
 /// The point rule: y arrives with H - y already taken.
 double point_to_engine(const param& p, int channel, const unit_frame& f, double v);
+/// What a host's control says of one channel, in engine units.
+double fetched_value(const param& p, int channel, const pf_param_def& def, const unit_frame& f);
 /// Engine value to slider value, the inverse as it is defined for writing back.
 double engine_to_host(const param& p, int channel, const unit_frame& f, double v);
 
 /// The engine writes to the host; returns the number of channels written.
 int set_param_value(param& p, int first_channel, int count, const float* values);
+/// Writes so that a fetch then reads `value`, whatever the two forms of the units make of it. Values beyond the
+/// parameter's limits stop there, the control's precision rounds. False where no control takes the channel.
+bool set_fetched_value(param& p, int channel, double value);
 /// The level that an effect's node keeps for a hold-level button: fills values and returns their number, 0
 /// if there is none. Null until a node function offers one.
 using saved_level_query = int (*)(const node& n, float (&values)[4]);

@@ -12,6 +12,7 @@
 #include "host/host_state.h"
 #include "host/named_lists.h"
 #include "host/parameters.h"
+#include "host/widgets/declarations.h"
 
 namespace tessaron {
 
@@ -73,6 +74,8 @@ class declaration {
 
   std::int32_t error() const { return error_; }
   void declare(const genotype& g, param& p);
+  /// The checkboxes of widgets that stand behind parameter k; k = n_params: those that are left.
+  void declare_enables(genotype& g, int k);
   void add(pf_param_def& def, int type, int id, const std::string& name);
 
  private:
@@ -259,6 +262,19 @@ void declaration::declare(const genotype& g, param& p) {
   if ((p.flags[3] & PARAM3_GROUP_END) && shows_groups()) group_end();
 }
 
+void declaration::declare_enables(genotype& g, int k) {
+  while (widget_declaration* w = error_ ? nullptr : next_enable_behind(g, k)) {
+    param& p = *w->enable_param;
+    p.host_index = std::int16_t(next_index_);
+    p.host_id = std::int16_t(next_id_++);
+    pf_param_def def{};
+    def.flags = PF_ParamFlag_ENABLE;
+    def.u.checkbox.value = def.u.checkbox.default_value = w->default_on_p;
+    add(def, PF_Param_CHECKBOX, p.host_id, host_param_name(p, -1));
+    w->placed = true;
+  }
+}
+
 /// Adds to a name; a letter that begins a word becomes a capital.
 void append_shown(std::string& name, char c) {
   const bool word_start = name.empty() || name.back() == ' ';
@@ -372,9 +388,14 @@ std::int32_t declare_effect_popup(pf_in_data& in_data, int& next_index, int& nex
 
 std::int32_t declare_params(pf_in_data& in_data, int& next_index, int& next_id) {
   set_host_wide_values();
-  const genotype& g = *Globals->effect_genotype;
+  genotype& g = *Globals->effect_genotype;
   declaration out(in_data, next_index, next_id);
-  for (int k = 0; k < g.n_params && !out.error(); ++k) out.declare(g, *g.params[k]);
+  start_enable_placement(g);
+  for (int k = 0; k < g.n_params && !out.error(); ++k) {
+    out.declare(g, *g.params[k]);
+    out.declare_enables(g, k);
+  }
+  out.declare_enables(g, g.n_params);
   return out.error();
 }
 

@@ -32,8 +32,14 @@ double point_value(const param& p, int channel, const pf_param_def& def, const u
   return point_to_engine(p, channel, f, y ? f.height - at : at);
 }
 
-/// What a host's control says of one channel, in engine units.
-double engine_value(const param& p, int channel, const pf_param_def& def, const unit_frame& f) {
+/// Channels that a fetch reads: a colour has three, whatever the definition gave it.
+int readable_channels(const param& p) {
+  return std::min<int>(p.nchannels, control_of(p) == host_control::color ? 3 : 4);
+}
+
+}  // namespace
+
+double fetched_value(const param& p, int channel, const pf_param_def& def, const unit_frame& f) {
   switch (control_of(p)) {
     case host_control::color: {
       const pf_color& c = def.u.color.value;
@@ -54,13 +60,6 @@ double engine_value(const param& p, int channel, const pf_param_def& def, const 
   // Hosts turn the other way round than the engine, on a slider as on a dial.
   return p.flags[4] & PARAM4_ANGLE ? v * host_state.angle_sign : v;
 }
-
-/// Channels that a fetch reads: a colour has three, whatever the definition gave it.
-int readable_channels(const param& p) {
-  return std::min<int>(p.nchannels, control_of(p) == host_control::color ? 3 : 4);
-}
-
-}  // namespace
 
 bool shown_as_point(const param& p, const pf_param_def& def) {
   if (p.nchannels < 2 || (p.ptype != PTYPE_FLOAT && p.ptype != PTYPE_INT)) return false;
@@ -87,7 +86,7 @@ void fetch_param(param& p) {
   if (!Globals->params || p.host_index < 1) return;
   const unit_frame f = current_unit_frame();
   for (int c = 0; c < readable_channels(p); ++c)
-    if (const pf_param_def* def = host_param(p, c)) p.value[c] = float(engine_value(p, c, *def, f));
+    if (const pf_param_def* def = host_param(p, c)) p.value[c] = float(fetched_value(p, c, *def, f));
   p.stamp = host_state.call_stamp;
   store_param_in_node(p);
 }
@@ -113,7 +112,7 @@ void get_curve_value_at_rel_frame(param* p, float rel_frame, float* values) {
     if (in_data->inter.checkout_param(in_data->effect_ref, host_slot(*p, c), int_trunc(time), in_data->time_step,
                                       in_data->time_scale, &def) != 0)
       continue;
-    values[c] = float(engine_value(*p, c, def, f));
+    values[c] = float(fetched_value(*p, c, def, f));
     if (in_data->inter.checkin_param) in_data->inter.checkin_param(in_data->effect_ref, &def);
   }
 }

@@ -35,16 +35,45 @@ int write_color(param& p, int first, int count, const float* values) {
   return count;
 }
 
-/// A number in a slider, or in half of a point. Whole numbers have no units in a slider.
-void write_number(const param& p, pf_param_def& def, int channel, const unit_frame& f, double v) {
+/// The number that a control takes for an engine value: of a slider in its units, of a point in pixels.
+double control_number(const param& p, const pf_param_def& def, int channel, const unit_frame& f, double v) {
   const bool whole = p.ptype == PTYPE_INT;
-  if (whole) v = std::trunc(v + 0.5);
   const bool point = shown_as_point(p, def);
   if ((p.flags[4] & PARAM4_ANGLE) && !whole && !point) v *= host_state.angle_sign;
   if (point || !whole) v = engine_to_host(p, channel, f, v);
-  if (!point) return write(def, def.u.slider.value, fixed16_round(v));
-  if (channel == 0) write(def, def.u.point.x, int_trunc(0.5 + v / f.dsx * FIXED16_ONE));
-  if (channel == 1) write(def, def.u.point.y, int_trunc(0.5 + (f.height - v) / f.dsy * FIXED16_ONE));
+  if (point) v = channel == 0 ? v / f.dsx : (f.height - v) / f.dsy;
+  return v;
+}
+
+/// A number in a slider, or in half of a point. Whole numbers have no units in a slider.
+void write_number(const param& p, pf_param_def& def, int channel, const unit_frame& f, double v) {
+  const double number = control_number(p, def, channel, f, p.ptype == PTYPE_INT ? std::trunc(v + 0.5) : v);
+  if (!shown_as_point(p, def)) return write(def, def.u.slider.value, fixed16_round(number));
+  if (channel == 0) write(def, def.u.point.x, int_trunc(0.5 + number * FIXED16_ONE));
+  if (channel == 1) write(def, def.u.point.y, int_trunc(0.5 + number * FIXED16_ONE));
+}
+
+/// A straight line through two values of a function.
+struct line {
+  double slope, offset;
+  template <class Function>
+  static line through(Function f) {
+    constexpr double FAR = 1024;
+    const double at_0 = f(0.0);
+    return {(f(FAR) - at_0) / FAR, at_0};
+  }
+  double inverse(double value) const { return (value - offset) / slope; }
+};
+
+/// Sets a control's number of one channel, as a host holds it.
+void set_control_number(pf_param_def& def, int channel, bool point, double number) {
+  const pf_fixed fixed = fixed16_round(number);
+  if (point)
+    (channel == 0 ? def.u.point.x : def.u.point.y) = fixed;
+  else if (def.param_type == PF_Param_ANGLE)
+    def.u.angle.value = fixed;
+  else
+    def.u.slider.value = fixed;
 }
 
 bool write_channel(const param& p, int channel, const unit_frame& f, double v) {
@@ -118,6 +147,46 @@ int set_param_value(param& p, int first_channel, int count, const float* values)
   return written;
 }
 
+bool set_fetched_value(param& p, int channel, double value) {
+  pf_param_def* def = host_param(p, channel);
+  if (!def || channel >= p.nchannels || !std::isfinite(value)) return false;
+  const host_control control = control_of(p);
+  const auto put = [&](double v) {
+    const float written = float(v);
+    return set_param_value(p, channel, 1, &written) == 1;
+  };
+  if (control == host_control::checkbox || control == host_control::popup || control == host_control::named_list)
+    return put(value);
+  if (control == host_control::color || control == host_control::none) return false;
+
+  // Both ways are straight lines, but not always each other's inverse. A whole number's rounding would bend them.
+  const unit_frame f = current_unit_frame();
+  const bool point = shown_as_point(p, *def), dial = control == host_control::dial;
+  param smooth = p;
+  smooth.ptype = PTYPE_FLOAT;
+  pf_param_def probe = *def;
+  const line fetched = line::through([&](double number) {
+    set_control_number(probe, channel, point, number);
+    return fetched_value(smooth, channel, probe, f);
+  });
+  const line written = line::through([&](double v) {
+    if (!dial) return control_number(p, *def, channel, f, v);
+    return p.angle_offset / FIXED16_ONE + double(host_state.pixel_scale * host_state.angle_sign) * v;
+  });
+  if (fetched.slope == 0 || written.slope == 0) return false;
+  double number = fetched.inverse(value);
+  if (!point && !dial) {
+    if (p.min_bound != UNSET_MIN) number = std::max(number, double(p.min_bound));
+    if (p.max_bound != UNSET_MAX) number = std::min(number, double(p.max_bound));
+  }
+  double v = written.inverse(number);
+  if (p.ptype == PTYPE_INT) {  // the write rounds by adding one half and cutting towards zero
+    v = std::floor(v + 0.5);
+    if (v < 0) v -= 0.5;
+  }
+  return put(v);
+}
+
 void on_user_changed_param(pf_param_def** params, int index) {
   genotype* g = Globals->effect_genotype;
   if (!g) return;
@@ -127,6 +196,7 @@ void on_user_changed_param(pf_param_def** params, int index) {
   param* const* end = g->params + g->n_params;
   param* const* found =
       std::find_if<param* const*>(g->params, end, [&](const param* p) { return p->host_index == index; });
+  // The checkbox of a widget is nobody's value: the next drawing reads it.
   if (index < 1 || found == end) return;
   param& p = **found;
   if (control_of(p) == host_control::dial) return copy_dials_to_sliders(p);

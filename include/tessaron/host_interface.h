@@ -56,7 +56,8 @@ enum {
 };
 
 /* `flags` of a parameter. */
-enum { PF_ParamFlag_KEYFRAME_HOLD = 0x10, PF_ParamFlag_START_COLLAPSED = 0x20, PF_ParamFlag_BUTTON = 0x46 };
+enum { PF_ParamFlag_KEYFRAME_HOLD = 0x10, PF_ParamFlag_START_COLLAPSED = 0x20, PF_ParamFlag_BUTTON = 0x46,
+       PF_ParamFlag_ENABLE = 0x42 }; /* ENABLE: shows or hides an on-screen handle, renders stay as they are */
 /* `ui_flags` of a parameter. */
 enum { PF_UIFlag_HIDDEN = 0x8, PF_UIFlag_COLLAPSE_TWIRL = 0x100000 };
 /* `display_flags` of a slider. */
@@ -197,6 +198,65 @@ typedef int32_t (*tessaron_main_fn)(const tessaron_plugin*, int32_t, pf_in_data*
 #define TESSARON_PLUGIN_DESCRIPTOR_NAME "tessaron_plugin_descriptor"
 typedef const tessaron_plugin* (*tessaron_plugin_descriptor_fn)(void);
 
+/* ---- on-screen handles: PF_Cmd_EVENT ---------------------------------------------------------- */
+
+/* What happened: the first word of the command's extra argument. Other numbers do nothing. */
+enum {
+  PF_Event_NEW_CONTEXT = 0,   /* a window has come up */
+  PF_Event_DO_CLICK = 2,      /* the button went down; with continue_mark it is a drag */
+  PF_Event_DRAG = 3,          /* the mouse moved with the button down; with last_time the button came up */
+  PF_Event_DRAW = 4,          /* the window wants its handles */
+  PF_Event_IDLE = 7,
+  PF_Event_ADJUST_CURSOR = 9  /* the mouse moved with the button up */
+};
+/* Windows, as bits of the word that register_ui() gets. Handles live in the layer window. */
+enum { PF_Window_LAYER = 1, PF_Window_COMPOSITION = 2 };
+/* The cursor that is asked for over a handle. */
+enum { PF_Cursor_HANDLE = 23 };
+
+/* Drawing over the picture, in pixels of the window, y downwards, between whole numbers: (0, 0) is the window's
+ * corner, (0.5, 0.5) the middle of its first pixel. A null function is not offered: the engine then draws the shape
+ * with polyline or line, and texts not at all. Each returns 0, or an error that ends the drawing. */
+typedef struct pf_draw_style {
+  pf_color color;         /* straight alpha */
+  float width;            /* of the line */
+  int32_t n_dashes;       /* 0: a solid line */
+  const float* dashes;    /* lengths, drawn and left out in turn */
+} pf_draw_style;
+typedef struct pf_draw_callbacks {
+  void* draw_ref;
+  int32_t (*line)(void* draw_ref, const pf_draw_style* style, float x0, float y0, float x1, float y1);
+  int32_t (*polyline)(void* draw_ref, const pf_draw_style* style, const float* xy, int32_t n_points, int32_t closed);
+  int32_t (*circle)(void* draw_ref, const pf_draw_style* style, float x, float y, float radius);
+  /* From `start` on by `sweep`, in degrees, clockwise on the screen from the right. */
+  int32_t (*arc)(void* draw_ref, const pf_draw_style* style, float x, float y, float radius, float start, float sweep);
+  int32_t (*filled_rect)(void* draw_ref, const pf_color* color, float left, float top, float width, float height);
+  int32_t (*filled_circle)(void* draw_ref, const pf_color* color, float x, float y, float radius);
+  int32_t (*text)(void* draw_ref, const pf_color* color, float x, float y, float size, const char* utf8); /* baseline */
+} pf_draw_callbacks;
+
+/* The extra argument of PF_Cmd_EVENT. The command's params hold the values that the user sees, points in pixels of
+ * the layer at full resolution. */
+typedef struct pf_event_extra {
+  int32_t event;
+  int32_t window_type;        /* PF_Window_LAYER: handled; any other: nothing is done */
+  void* context_ref;
+  /* Take a place in pixels of the layer at full resolution, 16.16, to the window: first the one, then the other.
+   * Null: not offered. Non-zero: it can't be done. */
+  int32_t (*source_to_frame)(void* context_ref, pf_fixed* x, pf_fixed* y);
+  int32_t (*layer_to_comp)(void* context_ref, pf_fixed* x, pf_fixed* y);
+  const pf_draw_callbacks* drawing; /* DRAW */
+  int32_t later_pass;         /* DRAW: the window is drawn in several passes, and this is not the first */
+  float mouse_x, mouse_y;     /* DO_CLICK, DRAG, ADJUST_CURSOR: pixels of the window */
+  int32_t continue_mark;      /* DO_CLICK: a drag goes on with this click */
+  int32_t last_time;          /* DRAG: the button is up */
+  /* Filled by the engine. */
+  int32_t handled;            /* the event was the engine's */
+  int32_t send_drag;          /* the host shall send DRAG until the button is up */
+  int32_t redraw;             /* parameters or handles have changed: the window is out of date */
+  int32_t cursor;             /* ADJUST_CURSOR: PF_Cursor_HANDLE, or 0 to leave it */
+} pf_event_extra;
+
 /* ---- suites that the engine asks a host for, all optional ------------------------------------- */
 
 /* "VDS App Suite" 1: the host shows messages and about lines itself. */
@@ -263,6 +323,30 @@ typedef struct tessaron_help_suite {
   /* The window that is up is asked for again, perhaps on another thread. Null: nothing to do. */
   void (*bring_forward)(void* user);
 } tessaron_help_suite;
+
+/* "PF AE Adv App Suite" 1: a line of text that the host shows beside the mouse. */
+typedef struct pf_adv_app_suite {
+  int32_t (*info_draw_text)(const char* line1, const char* line2); /* line2 may be null */
+} pf_adv_app_suite;
+
+/* "Tessaron Widget Suite" 1: a host that wants to know each handle, while PF_Event_DRAW is under way. */
+typedef struct tessaron_widget_handle {
+  int32_t widget;             /* place in the effect's list of widgets, from 0 */
+  const char* type_name;      /* "cross_circle", ... */
+  const char* base_type;      /* "center", ... */
+  const char* name;           /* what its checkbox shows behind "Show " */
+  int32_t enable_index;       /* host index of that checkbox; 0: it has none */
+  int32_t enabled, visible;
+  int32_t n_handles;          /* of the widget; a widget that isn't drawn has none */
+  int32_t handle;             /* place in the widget's list, from 0; -1: the widget has no handles */
+  const char* part;           /* what the handle moves: "center", "radius", "left_bottom", ... */
+  float x, y;                 /* of the handle, pixels of the window */
+  int32_t hot;
+} tessaron_widget_handle;
+typedef struct tessaron_widget_suite {
+  void* user;
+  void (*handle)(void* user, const tessaron_widget_handle* handle);
+} tessaron_widget_suite;
 
 #ifdef __cplusplus
 }

@@ -130,6 +130,7 @@ class fake_host {
   std::vector<std::string> messages;     // "title|text" that the message suite took
   std::vector<std::string> about;        // lines that were handed over
   std::set<std::string> offered;         // suites
+  std::map<std::string, const void*> tables;  // suites of the test's own, offered as well
   std::map<std::string, int> held;       // acquired and not released
   std::vector<std::string> asked;        // every name asked for, in order
   std::vector<pf_image_format> formats;  // offered layouts
@@ -206,6 +207,11 @@ class fake_host {
     host.asked.push_back(name);
     if (host.help && std::strcmp(name, "Tessaron Help Suite") == 0) {
       *suite = host.help;
+      ++host.held[name];
+      return 0;
+    }
+    if (const auto own_table = host.tables.find(name); own_table != host.tables.end()) {
+      *suite = own_table->second;
       ++host.held[name];
       return 0;
     }

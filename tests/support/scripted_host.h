@@ -234,10 +234,18 @@ class scripted_host : public fake_host {
     if (frame(plugin, &steps) && !heedless) return;
     for (std::int32_t index = 0; index < std::int32_t(params.size()); ++index)
       if (!step(PF_Cmd_USER_CHANGED_PARAM, &index)) return;
-    if (!step(PF_Cmd_EVENT)) return;
+    for (const int number : {PF_Event_NEW_CONTEXT, PF_Event_DRAW, PF_Event_ADJUST_CURSOR, PF_Event_DO_CLICK,
+                             PF_Event_DRAG, PF_Event_IDLE}) {
+      pf_event_extra event = {.event = number, .window_type = PF_Window_LAYER, .drawing = &DRAWS_NOTHING};
+      event.mouse_x = event.mouse_y = -5000;  // beside every handle
+      if (!step(PF_Cmd_EVENT, &event)) return;
+    }
     if (save_and_load(plugin, &steps) && !heedless) return;
     frame(plugin, &steps);
   }
+
+  static constexpr pf_draw_callbacks DRAWS_NOTHING = {
+      .line = [](void*, const pf_draw_style*, float, float, float, float) -> std::int32_t { return 0; }};
 
   static scripted_host* scripted() { return dynamic_cast<scripted_host*>(current() ? current() : last_made()); }
   static scripted_host& of(void* ref) { return *static_cast<scripted_host*>(static_cast<fake_host*>(ref)); }

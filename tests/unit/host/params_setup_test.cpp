@@ -196,13 +196,6 @@ TEST_F(params_setup_command, named_lists_that_nothing_reads_fail_with_their_name
   set_named_list_loader(named_list::lens_flares, before);
 }
 
-TEST_F(params_setup_command, widgets_are_noted_as_missing) {
-  fake_plugin plugin({"(define W () C = [1 2] (ignore widget cross.center) dest = x)"});
-  EXPECT_EQ(set_up(plugin), 0);
-  EXPECT_TRUE(host.has_message("Tessaron Plug-ins Note|Note: W: on-screen handles are not built yet"));
-  set_down(plugin);
-}
-
 // --- pixel formats -----------------------------------------------------------------------------------
 
 struct pixel_format_negotiation : params_setup_command {
