@@ -65,6 +65,13 @@ struct line {
   double inverse(double value) const { return (value - offset) / slope; }
 };
 
+/// A number that a write turns into the nearest 16.16 one. It adds one half and cuts towards zero, which would take
+/// one off below zero.
+double written_as(double number) {
+  const double fixed = std::round(number * FIXED16_ONE);
+  return (fixed < 0 ? fixed - 0.75 : fixed) / FIXED16_ONE;
+}
+
 /// Sets a control's number of one channel, as a host holds it.
 void set_control_number(pf_param_def& def, int channel, bool point, double number) {
   const pf_fixed fixed = fixed16_round(number);
@@ -179,7 +186,7 @@ bool set_fetched_value(param& p, int channel, double value) {
     if (p.min_bound != UNSET_MIN) number = std::max(number, double(p.min_bound));
     if (p.max_bound != UNSET_MAX) number = std::min(number, double(p.max_bound));
   }
-  double v = written.inverse(number);
+  double v = dial ? written_as(written.inverse(number)) : written.inverse(written_as(number));
   if (p.ptype == PTYPE_INT) {  // the write rounds by adding one half and cutting towards zero
     v = std::floor(v + 0.5);
     if (v < 0) v -= 0.5;
