@@ -95,7 +95,8 @@ ray ray_of_glint(const node& n, int channel, ray_direction direction) {
   const double product = double(n.args[SIZE]->const_vals[channel]) * n.args[RAY_SIZES]->const_vals[direction];
   const fix size = fix_max(held_fix(std::round(product / FIX_ONE)), 0);
   fix length = amount_to_fix_pixels(size);
-  if (direction == RAY_COLUMN && display_dims.pixel_aspect_wide) length /= 2;
+  constexpr float WIDE_RATIO = 1.6f;
+  if (direction == RAY_COLUMN && display_dims.pixel_aspect >= WIDE_RATIO) length /= 2;
   if (direction >= RAY_DOWN_RIGHT) length = fix(std::int64_t(length) * SQRT_HALF >> FIX_BITS);
   const double gain = double(size) * LENGTH_GAIN;
   const double brightness = n.args[BRIGHTNESS]->const_vals[channel];

@@ -172,6 +172,7 @@ TEST(glint, halves_its_columns_on_wide_pixels) {
   };
   EXPECT_EQ(lit_rows(1), 41);  // 20 pixels to either side
   EXPECT_EQ(lit_rows(1.5f), 41);
+  EXPECT_EQ(lit_rows(1.6f), 21);
   EXPECT_EQ(lit_rows(2), 21);
 }
 
