@@ -63,7 +63,8 @@ void draw_widget(const widget& w) {
     return;
   }
   for (const gfx_primitive& shape : w.shapes()) gfx_draw(shape, false);
-  for (int i = 0; i < n; ++i)
+  // The first handle is the first to be hit: it lies on top.
+  for (int i = n; i-- > 0;)
     for (const gfx_primitive& shape : w.handles()[std::size_t(i)].primitives)
       gfx_draw(shape, i == w.hot_handle || i == w.drag_handle);
 }

@@ -105,6 +105,11 @@ bool set_param_length(param& p, int channel, double pixels, bool vertical, plain
   return unit != 0 && write_channel(p, channel, pixels / unit);
 }
 
+double unit_length(const param& p, bool vertical, plain_numbers plain) {
+  const unit_axes axes = axes_of(p, plain);
+  return vertical ? axes.y_scale : axes.x_scale;
+}
+
 double param_number(param& p, int channel) {
   refresh(p);
   return double(p.value[channel]);

@@ -38,6 +38,9 @@ double param_length(param& p, int channel, bool vertical, plain_numbers plain = 
 bool set_param_length(param& p, int channel, double pixels, bool vertical, plain_numbers plain = plain_numbers::norm,
                       double scale = 1);
 
+/// Pixels of a length of 1.
+double unit_length(const param& p, bool vertical, plain_numbers plain = plain_numbers::norm);
+
 /// A channel's engine value as it is.
 double param_number(param& p, int channel);
 bool set_param_number(param& p, int channel, double value);

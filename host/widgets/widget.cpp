@@ -19,6 +19,17 @@ struct widget_class {
 
 constexpr widget_class CLASSES[] = {
     {"center", make_center_widget},
+    {"center_radius", make_center_radius_widget},
+    {"radius", make_radius_widget},
+    {"ellipse", make_ellipse_widget},
+    {"glint", make_glint_widget},
+    {"angle", make_angle_widget},
+    {"wipe", make_wipe_widget},
+    {"rect", make_rect_widget},
+    {"rectshift", make_rectshift_widget},
+    {"simple_rect", make_simple_rect_widget},
+    {"rect_c_sz", make_rect_c_sz_widget},
+    {"timeslice", make_timeslice_widget},
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <ostream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/fake_host.h"
@@ -41,6 +42,7 @@ struct drawn_shape {
   int n_dashes;
   std::vector<float> numbers;
   std::string text;
+  float first_dash = 0;  // its length; 0: solid
 };
 
 class widget_host : public fake_host {
@@ -103,11 +105,11 @@ class widget_host : public fake_host {
     return true;
   }
 
-  /// A handle of the drawing that has just been asked for, by what it moves.
-  const shown_handle& handle(const std::string& part, int widget = 0) {
+  /// A handle of the drawing that has just been asked for, by what it moves: the nth of those.
+  const shown_handle& handle(const std::string& part, int widget = 0, int nth = 0) {
     draw();
     for (const shown_handle& h : handles)
-      if (h.widget == widget && h.part == part) return h;
+      if (h.widget == widget && h.part == part && nth-- == 0) return h;
     throw std::runtime_error("no handle " + part);
   }
   /// Whether the last event changed a control.
@@ -160,7 +162,7 @@ class widget_host : public fake_host {
     return 0;
   }
   static drawn_shape stroked(const char* kind, const pf_draw_style* s, std::vector<float> numbers) {
-    return {kind, s->color, s->width, s->n_dashes, std::move(numbers), ""};
+    return {kind, s->color, s->width, s->n_dashes, std::move(numbers), "", s->n_dashes > 0 ? s->dashes[0] : 0};
   }
   static std::int32_t line(void* ref, const pf_draw_style* s, float x0, float y0, float x1, float y1) {
     return of(ref).keep(stroked("line", s, {x0, y0, x1, y1}));
@@ -214,50 +216,69 @@ struct handle_step {
   std::string part;
   double x, y;
   int widget = 0;
+  int nth = 0;  // of the handles that move the part
 };
 
-/// Drags handles in every view. Each must end under the mouse to half a pixel, and the way back must restore the
-/// controls to within `precision` (1/65536: what a host holds).
+/// Whether controls hold what they held, to within `precision` (1/65536: what a host holds).
+inline void expect_same_controls(const std::vector<pf_param_def>& values, const std::vector<pf_param_def>& now,
+                                 int precision) {
+  for (std::size_t i = 1; i < values.size(); ++i) {
+    const pf_param_def &was = values[i], &is = now[i];
+    SCOPED_TRACE(was.name);
+    switch (was.param_type) {
+      case PF_Param_POINT:
+        EXPECT_NEAR(is.u.point.x, was.u.point.x, precision);
+        EXPECT_NEAR(is.u.point.y, was.u.point.y, precision);
+        break;
+      case PF_Param_FIX_SLIDER:
+        EXPECT_NEAR(is.u.slider.value, was.u.slider.value, precision);
+        break;
+      case PF_Param_ANGLE:
+        EXPECT_NEAR(is.u.angle.value, was.u.angle.value, precision);
+        break;
+      case PF_Param_CHECKBOX:
+        EXPECT_EQ(is.u.checkbox.value, was.u.checkbox.value);
+        break;
+      default:
+        break;
+    }
+  }
+}
+
+/// Drags a handle in every view to where `target` says: a place of the window, of the host and the handle before. The
+/// handle must end under the mouse to half a pixel, and the way back must restore the controls.
+template <class Target>
+void check_handle_goes_to(const std::string& definition, const std::string& part, int widget, int nth, Target target,
+                          int precision) {
+  for (const widget_view& view : all_views()) {
+    SCOPED_TRACE(::testing::Message() << view << ", " << part << " " << nth);
+    widget_host host(definition, view);
+    const shown_handle before = host.handle(part, widget, nth);
+    const std::vector<pf_param_def> values = host.params;
+    const auto [x, y] = target(host, before);
+    ASSERT_TRUE(host.click(before.x, before.y));
+    host.drag_to(x, y);
+    EXPECT_TRUE(host.changed_anything());
+    EXPECT_TRUE(host.event.redraw);
+    const shown_handle after = host.handle(part, widget, nth);
+    EXPECT_NEAR(after.x, x, 0.5);
+    EXPECT_NEAR(after.y, y, 0.5);
+    host.drag_to(before.x, before.y);
+    host.release(before.x, before.y);
+    expect_same_controls(values, host.params, precision);
+  }
+}
+
+/// Drags handles by steps in every view, as above.
 inline void check_handles_follow(const std::string& definition, const std::vector<handle_step>& steps,
                                  int precision = 2) {
-  for (const widget_view& view : all_views())
-    for (const handle_step& step : steps) {
-      SCOPED_TRACE(::testing::Message() << view << ", " << step.part);
-      widget_host host(definition, view);
-      const shown_handle before = host.handle(step.part, step.widget);
-      const std::vector<pf_param_def> values = host.params;
-      const double x = before.x + step.x * view.zoom, y = before.y + step.y * view.zoom;
-      ASSERT_TRUE(host.click(before.x, before.y));
-      host.drag_to(x, y);
-      EXPECT_TRUE(host.changed_anything());
-      EXPECT_TRUE(host.event.redraw);
-      const shown_handle after = host.handle(step.part, step.widget);
-      EXPECT_NEAR(after.x, x, 0.5);
-      EXPECT_NEAR(after.y, y, 0.5);
-      host.drag_to(before.x, before.y);
-      host.release(before.x, before.y);
-      for (std::size_t i = 1; i < values.size(); ++i) {
-        const pf_param_def &was = values[i], &is = host.params[i];
-        SCOPED_TRACE(was.name);
-        switch (was.param_type) {
-          case PF_Param_POINT:
-            EXPECT_NEAR(is.u.point.x, was.u.point.x, precision);
-            EXPECT_NEAR(is.u.point.y, was.u.point.y, precision);
-            break;
-          case PF_Param_FIX_SLIDER:
-            EXPECT_NEAR(is.u.slider.value, was.u.slider.value, precision);
-            break;
-          case PF_Param_ANGLE:
-            EXPECT_NEAR(is.u.angle.value, was.u.angle.value, precision);
-            break;
-          case PF_Param_CHECKBOX:
-            EXPECT_EQ(is.u.checkbox.value, was.u.checkbox.value);
-            break;
-          default:
-            break;
-        }
-      }
-    }
+  for (const handle_step& step : steps)
+    check_handle_goes_to(
+        definition, step.part, step.widget, step.nth,
+        [&](const widget_host& host, const shown_handle& from) {
+          return std::pair(from.x + step.x * host.view.zoom, from.y + step.y * host.view.zoom);
+        },
+        precision);
 }
 
 }  // namespace tessaron::testing
