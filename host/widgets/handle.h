@@ -22,7 +22,7 @@ enum class gfx_line_style { solid, dashed, dotted };
 struct gfx_look {
   gfx_color color = gfx_color::yellow;
   gfx_line_style style = gfx_line_style::solid;
-  float width = 1.25f;  // pixels of the window, without the dark rim
+  float width = 1.5f;  // pixels of the window, without the dark rim
 };
 
 /// A shape in the widget's coordinates, with its hit test.
