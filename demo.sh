@@ -45,7 +45,7 @@ render Gradient_Map 04-gradient-map "${source[@]}"
 render Posterise 05-posterise "${source[@]}" -p Levels=4 -p Smooth=20
 render Vignette 06-vignette "${source[@]}" -p Inner_Radius=30 -p Outer_Radius=110
 render Channel_Mixer 07-channel-mixer "${source[@]}" -p Red_From=0.3,0.9,-0.2 -p Monochrome=1
-render Linear_Wipe 08-linear-wipe "${both[@]}" -p Progress=45 -p Angle=30 -p Soft_Edge=15 -p Border_Width=4
+render Linear_Wipe 08-linear-wipe "${both[@]}" -p Progress=45 -p Angle=30 -p Soft_Edge=8 -p Border_Width=2
 render Spot_Light 09-spot-light "${source[@]}"
 render Scan_Lines 10-scan-lines "${source[@]}"
 render Interference_Rings 11-interference-rings "${source[@]}"

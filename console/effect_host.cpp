@@ -5,6 +5,7 @@
 
 #include "console/errors.h"
 #include "console/names.h"
+#include "console/param_numbers.h"
 
 namespace tessaron::console {
 namespace {
@@ -99,22 +100,46 @@ pf_param_def& effect_host::control(const std::vector<pf_param_def>& own, std::si
   throw work_error(std::string("the plug-in has no control for ") + own[index].name);
 }
 
+std::vector<effect_host::own_controls> effect_host::params_with_controls(const std::vector<pf_param_def>& own) const {
+  std::vector<own_controls> params;
+  for (int k = 0; k < g_.n_params; ++k) {
+    param& p = *g_.params[k];
+    if (p.host_index < 1) continue;
+    // Declaring writes down where each parameter's controls begin, counted from 1.
+    const std::size_t begin = std::size_t(p.host_index) - 1;
+    params.push_back({&p, begin, control_count(p, own, begin)});
+  }
+  return params;
+}
+
 void effect_host::set_params(const std::vector<param_setting>& settings, double frame,
                              std::vector<pf_param_def>& values) {
   if (settings.empty()) return;
   apply_params(settings, frame, g_);
-  // Declaring writes down where each parameter's controls begin, counted from 1.
   const std::vector<pf_param_def> own = inspect_host_params(g_);
-  std::size_t end = own.size();
-  for (int k = g_.n_params - 1; k >= 0; --k) {
-    const param& p = *g_.params[k];
-    if (p.host_index < 1) continue;
-    const std::size_t begin = std::size_t(p.host_index) - 1;
+  for (const own_controls& controls : params_with_controls(own)) {
     const bool set = std::any_of(settings.begin(), settings.end(),
-                                 [&](const param_setting& setting) { return setting.name == p.name; });
-    for (std::size_t i = begin; set && i < end; ++i) hostkit::take_default(control(own, i, values), own[i]);
-    end = std::min(end, begin);
+                                 [&](const param_setting& setting) { return setting.name == controls.p->name; });
+    for (std::size_t i = 0; set && i < controls.count; ++i)
+      hostkit::take_default(control(own, controls.begin + i, values), own[controls.begin + i]);
   }
+}
+
+std::vector<std::string> effect_host::param_texts(const std::vector<int>& indices) {
+  std::vector<pf_param_def>& values = instance_->values();
+  const std::vector<pf_param_def> own = inspect_host_params(g_);
+  std::vector<std::string> texts;
+  for (const own_controls& controls : params_with_controls(own)) {
+    std::vector<pf_param_def> held;
+    bool asked = false;
+    for (std::size_t i = 0; i < controls.count; ++i) {
+      const pf_param_def& value = control(own, controls.begin + i, values);
+      held.push_back(value);
+      asked = asked || std::find(indices.begin(), indices.end(), int(&value - values.data())) != indices.end();
+    }
+    if (asked) texts.push_back(param_text(g_, *controls.p, held));
+  }
+  return texts;
 }
 
 }  // namespace tessaron::console

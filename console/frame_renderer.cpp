@@ -133,18 +133,32 @@ std::string frame_renderer::printed_results(const frame_task& task, const hostki
   return text.str();
 }
 
-std::string frame_renderer::render(const frame_task& task) {
-  load_inputs(task.frame);
+effect_host& frame_renderer::prepare(int frame) {
+  load_inputs(frame);
+  try {
+    if (!host_) start(frame);
+  } catch (const hostkit::host_error& fault) {
+    throw work_error(fault.what());
+  }
+  return *host_;
+}
+
+hostkit::frame_result frame_renderer::make(int frame) {
+  prepare(frame);
   hostkit::frame_result result;
   try {
-    if (!host_) start(task.frame);
-    result = host_->instance().render(request_for(task.frame));
+    result = host_->instance().render(request_for(frame));
   } catch (const hostkit::host_error& fault) {
     throw work_error(fault.what());
   }
   print_messages(result.messages);
   if (interrupt_taken) throw work_error("interrupted");
   if (result.error) throw work_error("the render failed with error " + std::to_string(result.error));
+  return result;
+}
+
+std::string frame_renderer::render(const frame_task& task) {
+  const hostkit::frame_result result = make(task.frame);
   write_files(task, result);
   return printed_results(task, result);
 }

@@ -31,6 +31,14 @@ class frame_renderer {
 
   /// Renders a frame and writes its files; returns what is to be printed of it. Throws work_error.
   std::string render(const frame_task& task);
+  /// Renders a frame, and writes nothing. Throws work_error.
+  hostkit::frame_result make(int frame);
+  /// Reads the inputs of a frame and sets the effect up, if that has not been done. Throws work_error.
+  effect_host& prepare(int frame);
+  /// Size of the layer at full resolution, once the inputs have been read.
+  size_option layer() const { return layer_; }
+  /// To standard error, without what was said before.
+  void print_messages(const std::vector<std::string>& messages);
 
  private:
   void load_inputs(int frame);
@@ -39,7 +47,6 @@ class frame_renderer {
   hostkit::frame_request request_for(int frame);
   void write_files(const frame_task& task, const hostkit::frame_result& result) const;
   std::string printed_results(const frame_task& task, const hostkit::frame_result& result) const;
-  void print_messages(const std::vector<std::string>& messages);
 
   const render_options& options_;
   const found_effect& effect_;

@@ -10,6 +10,7 @@
 #include "console/image_files.h"
 #include "console/look_commands.h"
 #include "console/render_command.h"
+#include "console/widgets_command.h"
 
 namespace tessaron::console {
 namespace {
@@ -67,7 +68,9 @@ void add_render(CLI::App& app, render_options& o) {
   verb.add_option("--threads", o.threads, "Use at most N processors")->type_name("N");
   verb.add_option("--fix", o.fix_file, "Write the root's values of the one frame as a NumPy array")
       ->type_name("FILE.npy");
-  verb.add_option("--missing", o.missing, "What a frame missing from an input gives: error, black or hold")
+  verb.add_option("--missing", o.missing,
+                  "What a frame missing from an input gives: error, black or hold. Functions of time that ask for a "
+                  "frame before or after a sequence get its first or last one, unless black is asked for")
       ->capture_default_str();
   verb.add_flag("--skip-bad-frames", o.skip_bad_frames, "Go on after a frame that failed");
   verb.add_flag("--no-clobber", o.no_clobber, "Leave existing output files alone");
@@ -116,10 +119,54 @@ void add_about(CLI::App& app, about_options& o) {
   about.add_flag("--help-page", o.help_page, "Open the effect's page of the documentation at once");
 }
 
-int run_verb(const std::string& verb, const render_options& render, const look_options& look,
-             const about_options& about) {
-  if (verb == "render") return render_command(render);
-  if (verb == "about") return about_command(about);
+void add_widgets(CLI::App& app, widgets_options& o) {
+  CLI::App& verb = *app.add_subcommand("widgets", "Draw, drag or list the on-screen handles of an effect");
+  verb.add_option("EFFECT", o.effect, "Name of the effect");
+  add_place(verb, o.place);
+  add_config_dir(verb, o.place);
+  verb.add_option("-o,--output", o.output, "Image to write: the rendered picture with the handles over it")
+      ->type_name("OUT");
+  verb.add_option("-i,--input", o.inputs, "Input image or numbered sequence")
+      ->type_name("[NAME=]IMAGE")
+      ->expected(1)
+      ->take_all();
+  add_params(verb, o.params);
+  verb.add_option("--frame", o.frame, "Frame to show")->type_name("N")->capture_default_str();
+  verb.add_option("--size", o.size, "Layer size where there is no input (default: 1920x1080)")->type_name("WxH");
+  verb.add_option("--zoom", o.zoom, "Scale of the picture; handles keep their size")
+      ->type_name("Z")
+      ->capture_default_str();
+  verb.add_option("--downsample", o.downsample, "Render at 1/N (and 1/M in y) resolution")->type_name("N[xM]");
+  verb.add_option("--pixel-aspect", o.pixel_aspect, "Pixel aspect ratio as a host reports it")
+      ->type_name("R")
+      ->capture_default_str();
+  verb.add_option("--pixel-format", o.pixel_format,
+                  "rgba8, bgra8, rgba16 or bgra16 (default: rgba8 for 8-bit images, bgra16 for deeper ones)")
+      ->type_name("F");
+  verb.add_option("--show", o.show, "Turn on the handle of this name, or all, whatever the effect's default")
+      ->type_name("all|NAME")
+      ->expected(1)
+      ->take_all();
+  auto* drag = verb.add_option("--drag", o.drag,
+                               "Drag the mouse along these places, in pixels of the full image; prints each changed "
+                               "parameter as -p takes it, and writes OUT from before too, as NAME.before.EXT")
+                   ->type_name("X0,Y0:X1,Y1[:...]");
+  verb.add_flag("--json", o.json, "Print the widgets, their handles and where they are")->excludes(drag);
+}
+
+/// What the command line says to each verb.
+struct verb_options {
+  render_options render;
+  look_options look;
+  about_options about;
+  widgets_options widgets;
+};
+
+int run_verb(const std::string& verb, const verb_options& options) {
+  const look_options& look = options.look;
+  if (verb == "render") return render_command(options.render);
+  if (verb == "widgets") return widgets_command(options.widgets);
+  if (verb == "about") return about_command(options.about);
   if (verb == "list") return list_command(look);
   if (verb == "info") return info_command(look);
   if (verb == "plan") return plan_command(look);
@@ -135,14 +182,13 @@ int fail(const char* why, int status) {
 
 int run(int argc, char** argv) {
   CLI::App app("Renders image effects from text definitions", "tessaron");
-  render_options render;
-  look_options look;
-  about_options about;
+  verb_options options;
   app.set_version_flag("--version", version_text, "Print the version and stop");
   app.require_subcommand(1);
-  add_render(app, render);
-  add_looks(app, look);
-  add_about(app, about);
+  add_render(app, options.render);
+  add_looks(app, options.look);
+  add_about(app, options.about);
+  add_widgets(app, options.widgets);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& fault) {
@@ -151,7 +197,7 @@ int run(int argc, char** argv) {
   }
   const CLI::App* verb = app.get_subcommands().front();
   try {
-    return run_verb(verb->get_name(), render, look, about);
+    return run_verb(verb->get_name(), options);
   } catch (const command_line_error& fault) {
     const int status = fail(fault.what(), EXIT_COMMAND_LINE);
     std::fprintf(stderr, "Run tessaron %s --help for the options.\n", verb->get_name().c_str());

@@ -80,14 +80,8 @@ bool takes_inputs(const std::vector<std::string>& images, const genotype& g) {
   }
 }
 
-/// The effect to render, with its reports.
-struct chosen_effect {
-  found_effect effect;
-  genotype_ptr g;
-  std::vector<std::string> said;
-};
+}  // namespace
 
-/// Of variants for other inputs the first that has a place for all images; the last one says what is too much.
 chosen_effect choose_effect(const render_options& options) {
   chosen_effect chosen;
   for (found_effect& variant : find_variants(options.place, options.effect)) {
@@ -97,8 +91,6 @@ chosen_effect choose_effect(const render_options& options) {
   }
   return chosen;
 }
-
-}  // namespace
 
 int render_command(const render_options& options) {
   if (options.threads) {

@@ -23,8 +23,19 @@ struct render_options {
   int field = 0;
   std::optional<int> threads;
   std::string fix_file, missing = "error", progress_file;
+  bool picture_wanted = true;  // false: -o may be left out
   bool skip_bad_frames = false, no_clobber = false, dry_run = false, hash = false, stats = false;
 };
+
+/// The effect to render, with its reports.
+struct chosen_effect {
+  found_effect effect;
+  genotype_ptr g;
+  std::vector<std::string> said;
+};
+
+/// Of variants for other inputs the first that has a place for all images of -i; the last one says what is too much.
+chosen_effect choose_effect(const render_options& options);
 
 /// Exit status; throws work_error or command_line_error.
 int render_command(const render_options& options);

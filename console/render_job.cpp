@@ -64,7 +64,8 @@ void check_folder(const std::string& path) {
 
 std::vector<frame_task> plan_tasks(const render_options& options) {
   const std::vector<int> frames = options.frames.empty() ? std::vector<int>{0} : parse_frame_list(options.frames);
-  if (options.output.empty() && !options.hash && !options.stats && options.fix_file.empty() && !options.dry_run)
+  const bool other_results = options.hash || options.stats || !options.fix_file.empty() || options.dry_run;
+  if (options.output.empty() && options.picture_wanted && !other_results)
     throw command_line_error("-o is missing: where does the picture go?");
   if (!options.fix_file.empty() && frames.size() > 1) throw command_line_error("--fix takes a single frame");
   written_paths written;

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "hostkit/window.h"
 #include "tessaron/host_interface.h"
 
 namespace tessaron::hostkit {
@@ -96,7 +97,7 @@ struct stats_record {
 struct frame_result {
   int error = 0;  // what the command returned
   image output;
-  int origin_x = 0, origin_y = 0;        // of the layer in the output, which may have grown around it
+  int origin_x = 0, origin_y = 0;  // of the layer in the output, which may have grown around it
   int layer_width = 0, layer_height = 0;
   root_values root;
   stats_record stats;
@@ -126,6 +127,19 @@ class instance {
   int command(int number, void* extra = nullptr);     // any other command
   /// The about command. `show`, if given, draws the help window and returns the id of a button of it.
   help_result about(const std::function<int(const tessaron_help_window&)>& show = {});
+
+  // Events in a window. Each gets the current values(), and what the engine changed is in them afterwards. Places are
+  // in pixels of the window. They throw host_error when the view makes no sense.
+  event_result new_window(const window_view& view);
+  /// Lets the effect draw its handles. `drawing` null: a window that offers no drawing.
+  event_result draw_handles(const window_view& view, const pf_draw_callbacks* drawing, bool later_pass = false);
+  /// The button goes down; `continuing`: a drag goes on with this click.
+  event_result click(const window_view& view, place mouse, bool continuing = false);
+  event_result drag(const window_view& view, place mouse);
+  event_result release(const window_view& view, place mouse);
+  event_result hover(const window_view& view, place mouse);
+  /// Any event. The host kit fills in what depends on the view and the instance.
+  event_result send_event(const window_view& view, pf_event_extra event);
 
   bool takes_bgra() const;                   // whether the engine accepted the bgra layouts
   const std::string& name() const;           // the plug-in's, as it gave it at global setup

@@ -154,15 +154,19 @@ void instance::state::place_params() {
   for (host_param& p : call_params) param_pointers.push_back(&p);
 }
 
-void instance::state::adopt_changes() {
+std::vector<int> instance::state::adopt_changes() {
+  std::vector<int> changed;
   for (std::size_t i = 1; i < call_params.size(); ++i) {
     if (!(call_params[i].change_flags & PF_ChangeFlag_CHANGED_VALUE)) continue;
+    changed.push_back(int(i));
     values[i] = call_params[i];
+    values[i].change_flags &= ~std::uint32_t(PF_ChangeFlag_CHANGED_VALUE);  // news of this command alone
     if (values[i].param_type == PF_Param_POINT) {
       values[i].u.point.x = pixels_to_percent(values[i].u.point.x, layer_width, in_data.output_origin_x);
       values[i].u.point.y = pixels_to_percent(values[i].u.point.y, layer_height, in_data.output_origin_y);
     }
   }
+  return changed;
 }
 
 // --- instance ------------------------------------------------------------------------------------
@@ -262,17 +266,15 @@ void instance::reload(const std::vector<std::uint8_t>& saved) {
   host.setup(PF_Cmd_SEQUENCE_RESETUP, "Sequence resetup");
 }
 
-namespace {
-
-/// Fills what in_data says of a frame, and the layer's size.
-void describe_frame(instance::state& host, const frame_request& request) {
+void instance::state::describe_frame(const frame_request& request) {
+  check_request(request, bgra);
   const image* first = request.inputs.empty() ? nullptr : request.inputs[0];
-  pf_in_data& in = host.in_data;
+  pf_in_data& in = in_data;
   in.width = request.width > 0 ? request.width : first ? first->width * request.downsample_x : 0;
   in.height = request.height > 0 ? request.height : first ? first->height * request.downsample_y : 0;
   if (in.width <= 0 || in.height <= 0) throw host_error("Frame request: no size, and no first input to take it from.");
-  host.layer_width = first ? first->width : reduced(in.width, request.downsample_x);
-  host.layer_height = first ? first->height : reduced(in.height, request.downsample_y);
+  layer_width = first ? first->width : reduced(in.width, request.downsample_x);
+  layer_height = first ? first->height : reduced(in.height, request.downsample_y);
   in.time_step = TIME_STEP;
   in.time_scale = std::uint32_t(std::lround(request.fps * TIME_STEP));
   in.current_time = request.frame * TIME_STEP;
@@ -282,8 +284,10 @@ void describe_frame(instance::state& host, const frame_request& request) {
   in.downsample_y = {1, request.downsample_y};
   in.pixel_aspect_ratio = nearest_rational(request.pixel_aspect);
   in.output_origin_x = in.output_origin_y = 0;
-  in.extent_hint = request.extent.value_or(pf_rect{0, 0, host.layer_width, host.layer_height});
+  in.extent_hint = request.extent.value_or(pf_rect{0, 0, layer_width, layer_height});
 }
+
+namespace {
 
 /// In field rendering the output holds the first input, of which the other field stays.
 void start_output(image& output, const frame_request& request, int origin_x, int origin_y) {
@@ -311,7 +315,6 @@ void pack_root(root_values& root, int elements) {
 
 frame_result instance::render(const frame_request& request) {
   state& host = *state_;
-  check_request(request, host.bgra);
   frame_result result;
   struct frame_scope {
     state& host;
@@ -326,7 +329,7 @@ frame_result instance::render(const frame_request& request) {
   host.fault = nullptr;
   host.root_elements = 0;
 
-  describe_frame(host, request);
+  host.describe_frame(request);
   result.layer_width = host.layer_width;
   result.layer_height = host.layer_height;
   host.place_params();

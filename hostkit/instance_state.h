@@ -9,6 +9,13 @@
 
 namespace tessaron::hostkit {
 
+/// An event while the engine has it.
+struct event_under_way {
+  const window_view& view;
+  event_result& result;
+  std::exception_ptr fault;  // of the view's own functions, which the engine must not see
+};
+
 struct instance::state {
   state(tessaron_main_fn entry, const tessaron_plugin& plugin, const host_identity& identity);
 
@@ -23,8 +30,10 @@ struct instance::state {
   std::vector<host_param> values_in_pixels(double frame) const;
   /// Fills `call_params` and its pointers for the frame of `in_data`.
   void place_params();
-  /// Takes back what the engine wrote into its parameters.
-  void adopt_changes();
+  /// Takes back what the engine wrote into its parameters, and returns their indices.
+  std::vector<int> adopt_changes();
+  /// Checks a request, and fills what in_data says of its frame, and the layer's size. Throws host_error.
+  void describe_frame(const frame_request& request);
   /// The layer of an input slot, no pixels where the request has none.
   pf_world input_world(std::size_t slot) const;
   /// The same at another frame. Throws what the request's input_at() throws.
@@ -40,6 +49,7 @@ struct instance::state {
   pf_basic_suite basic_suite;
   tessaron_observer_suite observer = {};
   tessaron_help_suite help_suite = {};
+  tessaron_widget_suite widget_suite = {};
 
   std::vector<host_param> declared, values, call_params;
   std::vector<pf_param_def*> param_pointers;
@@ -52,10 +62,13 @@ struct instance::state {
   const std::function<int(const tessaron_help_window&)>* show_help = nullptr;
   help_result* help = nullptr;
 
+  event_under_way* event = nullptr;  // while one is under way
+
   // While a frame is under way.
   const frame_request* request = nullptr;
   frame_result* result = nullptr;
-  int layer_width = 720, layer_height = 486;  // of the layer in pixels, downsampled
+  // Of the layer in the pixels of the command's points: downsampled in a frame, at full resolution in an event.
+  int layer_width = 720, layer_height = 486;
   int checked_out = 0;
   std::exception_ptr fault;  // of the request's own functions, which the engine must not see
   std::atomic<int> root_elements = 0;

@@ -18,6 +18,7 @@ std::int32_t take_message(std::int32_t severity, const char*, const char* text) 
   if (!caller || !text) return 1;  // not on a thread of this host
   caller->messages.emplace_back(text);
   if (caller->result) caller->result->messages.emplace_back(text);
+  if (caller->event) caller->event->result.messages.emplace_back(text);
   if (caller->help) caller->help->messages.push_back({severity, text});
   if (caller->identity.on_message) caller->identity.on_message(severity, text);
   return 0;
@@ -78,6 +79,39 @@ void keep_stats(void* user, const tessaron_frame_stats* stats) {
 // --- the help window -----------------------------------------------------------------------------
 
 std::int32_t show_help(void* user, tessaron_help_window* window) { return (*of(user).show_help)(*window); }
+
+// --- events --------------------------------------------------------------------------------------
+
+std::string text_of(const char* text) { return text ? text : ""; }
+
+std::int32_t show_info(const char* line1, const char* line2) {
+  if (!caller || !caller->event) return PF_Err_BAD_REQUEST;
+  std::vector<std::string>& info = caller->event->result.info;
+  info = {text_of(line1)};
+  if (line2) info.push_back(line2);
+  return 0;
+}
+
+constexpr pf_adv_app_suite INFO_SUITE = {show_info};
+
+void keep_handle(void* user, const tessaron_widget_handle* handle) {
+  const state& host = of(user);
+  if (!host.event || !handle) return;
+  const tessaron_widget_handle& h = *handle;
+  host.event->result.handles.push_back({h.widget,
+                                        text_of(h.type_name),
+                                        text_of(h.base_type),
+                                        text_of(h.name),
+                                        h.enable_index,
+                                        h.enabled != 0,
+                                        h.visible != 0,
+                                        h.n_handles,
+                                        h.handle,
+                                        text_of(h.part),
+                                        {double(h.x), double(h.y)},
+                                        h.can_be_held != 0,
+                                        h.hot != 0});
+}
 
 // --- callbacks -----------------------------------------------------------------------------------
 
@@ -147,6 +181,11 @@ std::int32_t acquire_suite(const char* name, std::int32_t version, const void** 
   } else if (is("Tessaron Help Suite") && caller->show_help) {
     caller->help_suite = {caller, show_help, nullptr};
     *suite = &caller->help_suite;
+  } else if (is("PF AE Adv App Suite") && caller->event) {
+    *suite = &INFO_SUITE;
+  } else if (is("Tessaron Widget Suite") && caller->event) {
+    caller->widget_suite = {caller, keep_handle};
+    *suite = &caller->widget_suite;
   } else if (is("Tessaron Observer Suite") && caller->request) {
     caller->observer.user = caller;
     caller->observer.root_row = caller->request->want_root ? keep_root_row : nullptr;

@@ -150,6 +150,26 @@ std::string params_html(const genotype& g) {
          rows + "</tbody></table></div>\n";
 }
 
+// --- on-screen handles ---------------------------------------------------------------------------
+
+/// What each handle over the picture drags. An effect without handles has no such part of its page.
+std::string handles_html(const genotype& g) {
+  std::string items;
+  for (int i = 0; i < g.n_widgets; ++i) {
+    const widget_declaration& w = g.widgets[i];
+    std::vector<std::string> moved;
+    for (int k = 0; k < w.n_parts; ++k) {
+      const std::string name = shown_form(g.params[w.parts[k].param_index]->name);
+      if (std::find(moved.begin(), moved.end(), name) == moved.end()) moved.push_back(name);
+    }
+    std::string words = element("b", escaped(shown_form(w.enable_name ? w.enable_name : moved.front())));
+    words += " drags " + escaped(console::joined(moved));
+    if (!w.default_on_p) words += "; hidden until its checkbox is turned on";
+    items += element("li", words) + "\n";
+  }
+  return items.empty() ? "" : "<h2>On-screen handles</h2>\n<ul>\n" + items + "</ul>\n";
+}
+
 // --- the rest of a page --------------------------------------------------------------------------
 
 std::string paragraphs(const std::string& text) {
@@ -231,7 +251,7 @@ std::string page_html(const effect_page& page) {
   const std::string name = shown_form(page.definition.name);
   std::string body = element("h1", escaped(name)) + "\n" + paragraphs(page.about.text) + pictures_html(page) +
                      "<h2>Inputs</h2>\n" + inputs_html(page.g) + "<h2>Parameters</h2>\n" + params_html(page.g) +
-                     "<h2>On the command line</h2>\n" + command_html(page) +
+                     handles_html(page.g) + "<h2>On the command line</h2>\n" + command_html(page) +
                      "<details><summary>How it is made</summary>\n" +
                      element("pre", escaped(page.definition.text.substr(
                                         0, page.definition.whole_at ? page.definition.whole_at : std::string::npos))) +

@@ -1,5 +1,6 @@
 #include "host/widgets/controller.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "base/report.h"
@@ -90,6 +91,7 @@ void describe(const tessaron_widget_suite& suite, int index, const widget& w, bo
     record.part = handle.part;
     record.x = at.x;
     record.y = at.y;
+    record.can_be_held = !handle.primitives.empty();
     record.hot = record.handle == w.hot_handle;
     suite.handle(suite.user, &record);
   }

@@ -92,9 +92,10 @@ void adjust_cursor(const pf_in_data& in_data, pf_event_extra& event) {
 }
 
 void draw(pf_event_extra& event) {
-  if (event.later_pass || !event.drawing) return;
-  widgets_draw(*event.drawing);
-  event.handled = 1;
+  if (event.later_pass) return;
+  static constexpr pf_draw_callbacks NONE = {};  // a host that only wants to know what handles there are
+  widgets_draw(event.drawing ? *event.drawing : NONE);
+  event.handled = event.drawing != nullptr;
 }
 
 void with_matrix(const command_call& call, pf_event_extra& event, int number) {

@@ -245,7 +245,7 @@ typedef struct pf_event_extra {
    * Null: not offered. Non-zero: it can't be done. */
   int32_t (*source_to_frame)(void* context_ref, pf_fixed* x, pf_fixed* y);
   int32_t (*layer_to_comp)(void* context_ref, pf_fixed* x, pf_fixed* y);
-  const pf_draw_callbacks* drawing; /* DRAW */
+  const pf_draw_callbacks* drawing; /* DRAW; null: nothing is drawn, and the widget suite is told all the same */
   int32_t later_pass;         /* DRAW: the window is drawn in several passes, and this is not the first */
   float mouse_x, mouse_y;     /* DO_CLICK, DRAG, ADJUST_CURSOR: pixels of the window */
   int32_t continue_mark;      /* DO_CLICK: a drag goes on with this click */
@@ -341,6 +341,7 @@ typedef struct tessaron_widget_handle {
   int32_t handle;             /* place in the widget's list, from 0; -1: the widget has no handles */
   const char* part;           /* what the handle moves: "center", "radius", "left_bottom", ... */
   float x, y;                 /* of the handle, pixels of the window */
+  int32_t can_be_held;        /* 0: it only marks a place just now */
   int32_t hot;
 } tessaron_widget_handle;
 typedef struct tessaron_widget_suite {

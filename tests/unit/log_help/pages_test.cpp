@@ -99,8 +99,21 @@ TEST(effect_page, tells_of_all_parameters) {
   EXPECT_TRUE(has(html, "(define All_Kinds (Source Back_Plate)")) << "the definition itself";
 }
 
+TEST(effect_page, tells_of_on_screen_handles) {
+  const std::string html = page_of(
+      "(define Ring ()\n"
+      "  Middle = [360 243] (screen widget center_radius.center name \"Ring\")\n"
+      "  Far_Out = 50 (percent widget center_radius.radius)\n"
+      "  Turn = 0 (angle widget angle.angle default_off)\n"
+      "  dest = (+ (/ (dist xy (screen_to_norm Middle)) Far_Out) (/ Turn 360)))\n");
+  EXPECT_TRUE(has(html, "<h2>On-screen handles</h2>"));
+  EXPECT_TRUE(has(html, "<li><b>Ring</b> drags Middle, Far Out</li>"));
+  EXPECT_TRUE(has(html, "<li><b>Turn</b> drags Turn; hidden until its checkbox is turned on</li>"));
+}
+
 TEST(effect_page, of_an_effect_without_inputs_and_parameters_says_so) {
   const std::string html = page_of("(define Ramp () dest = x)");
+  EXPECT_FALSE(has(html, "On-screen handles"));
   EXPECT_TRUE(has(html, "It takes none"));
   EXPECT_TRUE(has(html, "It has none."));
 }
