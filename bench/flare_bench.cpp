@@ -1,6 +1,4 @@
-// Lens flares and glares over 1920x1080, in units of one pass over the frame.
-#include <time.h>
-
+// Lens flares and glares over 1920x1080 pixels, in frame passes.
 #include <filesystem>
 #include <fstream>
 
@@ -41,63 +39,28 @@ const char* const STAR =
 fix sparks(int x, int y, int) { return (x / 3 * 131 + y / 3 * 197) % 8009 == 0 ? 2 * FIX_ONE : 600; }
 fix dark(int x, int y, int) { return (x + y) % 300; }
 
-/// Seconds of processor time, which the machine's other work disturbs less than the clock on the wall; with several
-/// threads only that one counts.
-double seconds_now(int threads) {
-  timespec t = {};
-  clock_gettime(threads == 1 ? CLOCK_PROCESS_CPUTIME_ID : CLOCK_MONOTONIC, &t);
-  return double(t.tv_sec) + double(t.tv_nsec) * 1e-9;
-}
-
-/// The operator's body alone: a flare that nothing changes would be drawn once for all frames.
-void draw(benchmark::State& state, const char* function, const std::string& dest,
-          const testing::definition_renderer::pixel_function& picture, int threads) {
-  stop_fork_workers();
-  set_processor_override(threads);
-  testing::definition_renderer r("(define Bench (Source) () dest = " + dest + ")", {.width = WIDTH, .height = HEIGHT});
-  r.set_source(0, picture);
-  if (!r.render()) return state.SkipWithError("the render failed");
-  node& n = *r.calls_of(function)[0];
-  for (auto _ : state) {
-    const double start = seconds_now(threads);
-    n.image_fun(n);
-    state.SetIterationTime(seconds_now(threads) - start);
-  }
-}
-
-void add_drawing(const std::string& name, const char* function, const std::string& dest,
-                 const testing::definition_renderer::pixel_function& picture) {
-  for (const int threads : {1, 2})
-    add(name + ", " + std::to_string(threads) + (threads == 1 ? " thread" : " threads"),
-        [=](benchmark::State& state) { draw(state, function, dest, picture, threads); })
-        ->UseManualTime()
-        ->Iterations(1)
-        ->Repetitions(15);
+void add_cases() {
+  const std::string colors = " [1 1 1] [1 1 1] [1 1 1]";
+  add_body("flare of 30 elements", "lens_flare", "(lens_flare 0 [-0.4 0.2] [0 0] 1 1 1 0" + colors + ")", dark);
+  add_body("flare of 30 elements, half as large", "lens_flare",
+           "(lens_flare 0 [-0.4 0.2] [0 0] 1 1 0.5 0" + colors + ")", dark);
+  add_body("flare on the brightest place", "lens_flare_auto",
+           "(lens_flare_auto (element_of Source 0) 0.05 0 [0 0] 1 1 [1 1] 0" + colors + " [0 0])", sparks);
+  add_body("glare, star on each spark", "glare", "(glare Source 0.5 0 [1 1] 5 1 0 0 0 0)", sparks);
+  add_body("glare, star convolved", "glare", "(glare Source 0.5 0 [1 1] 1 1 0 2 0 0)", sparks);
+  add_body("glare, star convolved at a quarter", "glare", "(glare Source 0.5 0 [1 1] 1 1 0 2 0 2)", sparks);
+  add_body("glare, halo convolved", "glare", "(glare Source 0.5 0 [1 1] 1 1 1 2 0 0)", sparks);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
   const std::filesystem::path folder = std::filesystem::temp_directory_path() / "tessaron-flare-bench";
   std::filesystem::create_directories(folder);
   std::ofstream(folder / "t_lensflares.text") << flare_of_thirty();
   std::ofstream(folder / "t_glares.text") << STAR;
   inspect_use_config_dir(folder.string());
-  set_tables_and_globals();
-  add("frame pass", frame_pass);
-  const std::string colors = " [1 1 1] [1 1 1] [1 1 1]";
-  add_drawing("flare of 30 elements", "lens_flare", "(lens_flare 0 [-0.4 0.2] [0 0] 1 1 1 0" + colors + ")", dark);
-  add_drawing("flare of 30 elements, half as large", "lens_flare",
-              "(lens_flare 0 [-0.4 0.2] [0 0] 1 1 0.5 0" + colors + ")", dark);
-  add_drawing("flare on the brightest place", "lens_flare_auto",
-              "(lens_flare_auto (element_of Source 0) 0.05 0 [0 0] 1 1 [1 1] 0" + colors + " [0 0])", sparks);
-  add_drawing("glare, star on each spark", "glare", "(glare Source 0.5 0 [1 1] 5 1 0 0 0 0)", sparks);
-  add_drawing("glare, star convolved", "glare", "(glare Source 0.5 0 [1 1] 1 1 0 2 0 0)", sparks);
-  add_drawing("glare, star convolved at a quarter", "glare", "(glare Source 0.5 0 [1 1] 1 1 0 2 0 2)", sparks);
-  add_drawing("glare, halo convolved", "glare", "(glare Source 0.5 0 [1 1] 1 1 1 2 0 0)", sparks);
-  pass_reporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
+  const int result = run_passes(argc, argv, add_cases);
   std::filesystem::remove_all(folder);
-  return 0;
+  return result;
 }

@@ -1,64 +1,79 @@
-// What benchmarks of image operators share: the time of one operator, its image in place, in units of one pass over the
-// frame (reading one 1920x1080 frame of four 16-bit samples, adding 1, writing another).
+// Cases of single operators over frames of 1920x1080 pixels, without a host: in units of one pass over the frame, by
+// the clock on the wall, the fastest of the repeats.
 #pragma once
 
-#include <benchmark/benchmark.h>
-
-#include <algorithm>
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include "bench/pass_reporter.h"
-#include "evaluator/workers.h"
+#include "bench/frame_cases.h"
 #include "tests/support/render_definition.h"
 
 namespace tessaron::bench {
 
-constexpr int WIDTH = 1920, HEIGHT = 1080;
+inline constexpr const frame_size& FRAME = FRAMES[0];
+inline constexpr int WIDTH = FRAME.width, HEIGHT = FRAME.height;
 
-inline void frame_pass(benchmark::State& state) {
-  std::vector<std::uint16_t> from(std::size_t(WIDTH) * HEIGHT * 4, 7), to(from.size());
-  for (auto _ : state) {
-    for (std::size_t i = 0; i < from.size(); ++i) to[i] = std::uint16_t(from[i] + 1);
-    benchmark::DoNotOptimize(to.data());
-    benchmark::ClobberMemory();
-  }
-}
+using pixel_function = testing::definition_renderer::pixel_function;
 
-/// The time of the calls of `function` in the definition `dest` of one input, over a picture.
-inline void operate(benchmark::State& state, const char* function, const std::string& dest,
-                    const testing::definition_renderer::pixel_function& picture, int threads) {
+/// A definition of one input whose body is `dest`, over a picture, on a pool of so many threads.
+inline std::shared_ptr<testing::definition_renderer> renderer_of(const std::string& dest, const pixel_function& picture,
+                                                                 int threads) {
   stop_fork_workers();
   set_processor_override(threads);
-  testing::definition_renderer r("(define Bench (Source) () dest = " + dest + ")", {.width = WIDTH, .height = HEIGHT});
-  r.set_source(0, picture);
-  for (auto _ : state) {
-    if (!r.render()) return state.SkipWithError("the render failed");
-    double seconds = 0;
-    for (const node_timing& t : last_frame_stats.image_nodes)
-      if (t.n->kind == KIND_FUNCTION && std::strcmp(t.n->fun->name, function) == 0) seconds += t.seconds;
-    state.SetIterationTime(seconds);
-  }
+  auto renderer = std::make_shared<testing::definition_renderer>("(define Bench (Source) () dest = " + dest + ")",
+                                                                 testing::test_frame{.width = WIDTH, .height = HEIGHT});
+  if (picture) renderer->set_source(0, picture);
+  return renderer;
 }
 
-template <class F>
-auto* add(const std::string& name, F function) {
-  return benchmark::RegisterBenchmark(name.c_str(), function)
-      ->Unit(benchmark::kMillisecond)
-      ->Repetitions(5)
-      ->ReportAggregatesOnly(true)
-      ->ComputeStatistics("fastest",
-                          [](const std::vector<double>& v) { return *std::min_element(v.begin(), v.end()); });
-}
-
-/// One operator with one thread and with two.
+/// The calls of `function` in a whole frame.
 inline void add_operator(const std::string& name, const char* function, const std::string& dest,
-                         const testing::definition_renderer::pixel_function& picture) {
-  for (const int threads : {1, 2})
-    add(name + ", " + std::to_string(threads) + (threads == 1 ? " thread" : " threads"), [=](benchmark::State& state) {
-      operate(state, function, dest, picture, threads);
-    })->UseManualTime();
+                         const pixel_function& picture) {
+  add_case(FRAME, name, [=](const frame_size&, int threads) -> timed_work {
+    return [=, renderer = renderer_of(dest, picture, threads)] {
+      if (!renderer->render()) return -1.0;
+      double seconds = 0;
+      for (const node_timing& t : last_frame_stats.image_nodes)
+        if (t.n->kind == KIND_FUNCTION && std::strcmp(t.n->fun->name, function) == 0) seconds += t.seconds;
+      return seconds;
+    };
+  });
+}
+
+/// The body of `function` alone: what nothing changes would be computed once for all frames. `prepare` may fill the
+/// planes that it reads.
+inline void add_body(const std::string& name, const char* function, const std::string& dest,
+                     const pixel_function& picture,
+                     const std::function<void(testing::definition_renderer&)>& prepare = nullptr) {
+  add_case(FRAME, name, [=](const frame_size&, int threads) -> timed_work {
+    const auto renderer = renderer_of(dest, picture, threads);
+    if (!renderer->render()) return [] { return -1.0; };
+    if (prepare) prepare(*renderer);
+    return [renderer, n = renderer->calls_of(function)[0]] { return seconds_of([&] { n->image_fun(*n); }); };
+  });
+}
+
+/// A whole frame whose rows go nowhere, each time the first one: nothing has been kept.
+inline void add_loop(const std::string& name, const std::string& dest) {
+  add_case(FRAME, name, [=](const frame_size&, int threads) -> timed_work {
+    return [=] {
+      const auto renderer = renderer_of(dest, nullptr, threads);
+      return seconds_of([&] {
+        renderer->fill_records();
+        pixel_io.tap = [](void*, int, int, int, int, const fix* const*) {};
+        perform_effect();
+      });
+    };
+  });
+}
+
+/// The `main` of a benchmark whose cases `add` registers.
+template <class Add>
+int run_passes(int argc, char** argv, Add add) {
+  benchmark::Initialize(&argc, argv);
+  set_tables_and_globals();
+  add_frame_pass(FRAME);
+  add();
+  case_reporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  return 0;
 }
 
 }  // namespace tessaron::bench

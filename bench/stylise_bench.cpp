@@ -1,11 +1,6 @@
 // Stylising operators over 1920x1080 pixels, in frame passes.
 #include "bench/frame_passes.h"
 
-#include <cmath>
-#include <memory>
-
-#include "genotype/genotype_reader.h"
-
 using namespace tessaron;
 using namespace tessaron::bench;
 
@@ -32,41 +27,50 @@ fix discs(int x, int y, int) {
 }
 
 /// The kernel of one fold over a frame of coordinates, row by row.
-void fold(benchmark::State& state, const char* name) {
-  std::vector<fix> x(WIDTH), y(WIDTH), u(WIDTH), v(WIDTH);
-  const fun_info& fun = *catalogue.find(name);
-  expression_rows vars = {};
-  vars.row_width = WIDTH;
-  node coords = {}, scale = {}, n = {};
-  coords.elnum = n.elnum = 2;
-  scale.elnum = 1;
-  scale.const_vals[0] = 3 * FIX_ONE;
-  coords.rows[0] = x.data(), coords.rows[1] = y.data();
-  scale.rows[0] = scale.const_vals;
-  n.rows[0] = u.data(), n.rows[1] = v.data();
-  n.fun = &fun;
-  n.vars = &vars;
-  n.arg_number = n.eval_arg_number = 2;
-  n.args[0] = &coords, n.args[1] = &scale;
-  n.arg_rows[0] = coords.rows, n.arg_rows[1] = scale.rows;
-  n.uniform_args = 2;
-  for (int i = 0; i < WIDTH; ++i) x[i] = i * 5 - 4800, y[i] = 2 * i;
-  for (auto _ : state)
+class fold_frame {
+ public:
+  explicit fold_frame(const char* name) : fun_(*catalogue.find(name)) {
+    vars_.row_width = WIDTH;
+    coords_.elnum = n_.elnum = 2;
+    scale_.elnum = 1;
+    scale_.const_vals[0] = 3 * FIX_ONE;
+    coords_.rows[0] = x_.data(), coords_.rows[1] = y_.data();
+    scale_.rows[0] = scale_.const_vals;
+    n_.rows[0] = u_.data(), n_.rows[1] = v_.data();
+    n_.fun = &fun_;
+    n_.vars = &vars_;
+    n_.arg_number = n_.eval_arg_number = 2;
+    n_.args[0] = &coords_, n_.args[1] = &scale_;
+    n_.arg_rows[0] = coords_.rows, n_.arg_rows[1] = scale_.rows;
+    n_.uniform_args = 2;
+    for (int i = 0; i < WIDTH; ++i) x_[std::size_t(i)] = i * 5 - 4800, y_[std::size_t(i)] = 2 * i;
+  }
+  fold_frame(const fold_frame&) = delete;
+  fold_frame& operator=(const fold_frame&) = delete;
+
+  void fold() {
     for (int row = 0; row < HEIGHT; ++row) {
-      fun.kernels[0](n);
-      benchmark::DoNotOptimize(u.data());
+      fun_.kernels[0](n_);
+      benchmark::DoNotOptimize(u_.data());
       benchmark::ClobberMemory();
     }
+  }
+
+ private:
+  const fun_info& fun_;
+  std::vector<fix> x_ = std::vector<fix>(WIDTH), y_ = x_, u_ = x_, v_ = x_;
+  expression_rows vars_ = {};
+  node coords_ = {}, scale_ = {}, n_ = {};
+};
+
+/// On one thread.
+timed_work fold_work(const char* name) {
+  return [frame = std::make_shared<fold_frame>(name)] { return seconds_of([&] { frame->fold(); }); };
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  set_tables_and_globals();
-  add("frame pass", frame_pass);
+void add_cases() {
   for (const char* name : {"kaleido", "kaleido_diamonds", "kaleido_oct"})
-    add(std::string(name) + ", 1 thread", [=](benchmark::State& state) { fold(state, name); });
+    add_case(FRAME, name, [=](const frame_size&, int) { return fold_work(name); });
   // The image is an operator's planes, so that fetching it is a copy at most.
   const std::string three = "(gamma Source 0.9)", four = "(gamma (coerce_to_v4 Source) 0.9)";
   const std::string one = "(gamma (element_of Source 0) 0.9)";
@@ -91,7 +95,8 @@ int main(int argc, char** argv) {
     add_operator("paint of three elements, " + std::string(frequency), "paint", paint(three, frequency), picture);
     add_operator("paint of four elements, " + std::string(frequency), "paint", paint(four, frequency), picture);
   }
-  pass_reporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  return 0;
 }
+
+}  // namespace
+
+int main(int argc, char** argv) { return run_passes(argc, argv, add_cases); }

@@ -85,6 +85,8 @@ struct field_globals_record {
 /// (`n_elements` of 1, 3 or 4), outside columns filled. Chosen once a render (host converters).
 using source_reader = void (*)(const raster_info& raster, int y, int x0, int x1, fix* const* planes, int n_elements,
                                int image_number);
+/// The values of a source_reader as interleaved samples held to 0..8191; `n_elements` is 3 or 4.
+using texel_reader = void (*)(const raster_info& raster, int y, int x0, int x1, std::int16_t* texels, int n_elements);
 /// Writes `n_columns` fix samples a plane at frame position (x0, y) of the output raster, alpha by
 /// `alpha_mode`, each sample repeated `col_step` times. False: combination refused and reported.
 using dest_writer = bool (*)(const raster_info& raster, int y, int x0, int n_columns, int col_step,
@@ -99,6 +101,7 @@ using plane_writer = void (*)(const std::int16_t* const* planes, int n_elements,
 
 struct pixel_io_record {
   source_reader read_source[4];  // by image number
+  texel_reader read_texels[4];   // by image number; null: through rows of fix
   dest_writer write_dest;
   plane_writer write_planes;     // null: a finished image is read row by row like any other value
   std::int32_t dest_alpha_mode;  // 0: the genotype's rgba_mode decides

@@ -128,6 +128,11 @@ bool computes(const loop_plan& plan, const node& n, int place) {
   return !reads_planes(n) || (place == plan.root_index && into_image);
 }
 
+// An operator that is being filled has fetched its image already: its loop asks for the other arguments alone.
+bool asks_for(const loop_plan& plan, const node& n, int place, int arg) {
+  return !(place == plan.root_index && into_image && n.fun->is_image_fun && arg == n.fun->image_arg_index);
+}
+
 // --- row slots ---------------------------------------------------------------------------------------
 
 // Gives each listed node slots for its rows; a slot is free again behind the last reader of its rows. A
@@ -286,7 +291,7 @@ bool plan_loop(loop_plan& plan, node* root, row_sink_fn sink) {
     if (!computes(plan, n, i)) continue;
     whole_rows |= needs_whole_rows(plan, n);
     for (int a = 0; a < n.eval_arg_number; ++a)
-      if (is_variable(*n.args[a])) note_variable(plan, *n.args[a], false);
+      if (is_variable(*n.args[a]) && asks_for(plan, n, i, a)) note_variable(plan, *n.args[a], false);
   }
   if (plan.kind == root_kind::variable) note_variable(plan, *plan.root, true);
   plan.root_function = root_row_function;

@@ -181,6 +181,14 @@ std::FILE* open_reading_file(const char* path) {
   return stream;
 }
 
+int open_fault(const char* path) {
+  std::FILE* stream = std::fopen(path, "r");
+  if (!stream) return errno;
+  const int fault = std::getc(stream) == EOF && std::ferror(stream) ? errno : 0;
+  std::fclose(stream);
+  return fault;
+}
+
 int close_reading_file(std::FILE* stream) {
   if (!stream) return 0;
   if (stream == reader.named_stream) reader.named_stream = nullptr;

@@ -27,6 +27,8 @@ struct file_source {
   file_source& operator=(const file_source&) = delete;
   std::FILE* stream;
 };
+/// 0, or the system's number for the reason why a file can't be read. A directory opens like a file.
+int open_fault(const char* path);
 void open_reading_from_string(const char* text);
 /// Ends a string source.
 void close_reading_from_string();

@@ -34,6 +34,7 @@ row_converters make_row_converters(cpu_level level) {
   switch (level) {
 #define TESSARON_SET_CONVERTERS(LEVEL) \
   LEVEL::set_read_rows(table);         \
+  LEVEL::set_texel_rows(table);        \
   LEVEL::set_write_rows(table);        \
   LEVEL::set_plane_rows(table);        \
   break

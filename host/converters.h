@@ -24,6 +24,8 @@ row_span_result row_span(const raster_info& raster, int x0, int x1, int y);
 /// Reader for inputs of this render: by format, premultiply on reading, and input table. A format
 /// that hosts do not use is reported and gives null.
 source_reader choose_source_reader(int format, bool mix_input, bool lut_on);
+/// The same reader's values as samples of a sampling image, without rows of fix between; null for other formats.
+texel_reader choose_texel_reader(int format, bool mix_input, bool lut_on);
 /// Writer for the output: by format and output table. A format that hosts do not use is reported and
 /// gives null. A call of the writer with no columns only checks the combination.
 dest_writer choose_dest_writer(int format, bool lut_on);

@@ -92,11 +92,13 @@ void set_field(const pf_in_data& in_data, genotype& g) {
 
 void choose_pixel_io(const frame_effect& effect) {
   pixel_io = {};
-  for (int i = 0; i < MAX_INPUTS; ++i)
-    pixel_io.read_source[i] =
-        source_raster_info[i].kind == 2
-            ? choose_source_reader(source_raster_info[i].format, mix_globals.mix_input, config.input_lut_on)
-            : read_absent_source;
+  for (int i = 0; i < MAX_INPUTS; ++i) {
+    const raster_info& source = source_raster_info[i];
+    pixel_io.read_source[i] = read_absent_source;
+    if (source.kind != 2) continue;
+    pixel_io.read_source[i] = choose_source_reader(source.format, mix_globals.mix_input, config.input_lut_on);
+    pixel_io.read_texels[i] = choose_texel_reader(source.format, mix_globals.mix_input, config.input_lut_on);
+  }
   pixel_io.write_dest = choose_dest_writer(dest_raster_info.format, config.output_lut_on);
   pixel_io.write_planes = write_planes_to_dest;
   if (mix_globals.mix_output) {

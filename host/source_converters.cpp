@@ -1,4 +1,4 @@
-// Source converters: a row of an input image into rows of fix.
+// Source converters: a row of an input image into rows of fix, or into interleaved samples.
 #include <algorithm>
 
 #include "base/report.h"
@@ -38,6 +38,23 @@ void read_source(const raster_info& raster, int y, int x0, int x1, fix* const* p
   chosen_row_converters().read[host_format_slot(FORMAT)][count][MIX][LUT](pixels, inside, span.n);
 }
 
+template <int FORMAT, bool MIX, bool LUT>
+void read_texels(const raster_info& raster, int y, int x0, int x1, std::int16_t* texels, int n_elements) {
+  row_span_result span = row_span(raster, x0, x1, y);
+  if (!raster.data && span.n > 0) span = {0, x1 - x0 + 1, 0, 0};
+  std::int16_t* const inside = texels + std::ptrdiff_t(span.left) * n_elements;
+  std::int16_t* const behind = inside + std::ptrdiff_t(span.n) * n_elements;
+  std::fill(texels, inside, std::int16_t(OUTSIDE_VALUE));
+  std::fill_n(behind, std::ptrdiff_t(span.right) * n_elements, std::int16_t(OUTSIDE_VALUE));
+  if (span.n <= 0) return;
+  chosen_row_converters().read_texels[host_format_slot(FORMAT)][n_elements - 3][MIX][LUT](raster.data + span.offset,
+                                                                                          inside, span.n);
+}
+
+template <int FORMAT>
+constexpr texel_reader TEXEL_READERS[2][2] = {{read_texels<FORMAT, false, false>, read_texels<FORMAT, false, true>},
+                                              {read_texels<FORMAT, true, false>, read_texels<FORMAT, true, true>}};
+
 template <int FORMAT>
 constexpr source_reader READERS[2][2] = {{read_source<FORMAT, false, false>, read_source<FORMAT, false, true>},
                                          {read_source<FORMAT, true, false>, read_source<FORMAT, true, true>}};
@@ -56,6 +73,20 @@ source_reader choose_source_reader(int format, bool mix_input, bool lut_on) {
       return READERS<NATIVE_BGRA16>[mix_input][lut_on];
   }
   report(REPORT_ERROR, "No native->fix line conv for ptype %d = %s", format, native_format_name(format).c_str());
+  return nullptr;
+}
+
+texel_reader choose_texel_reader(int format, bool mix_input, bool lut_on) {
+  switch (format) {
+    case NATIVE_RGBA8:
+      return TEXEL_READERS<NATIVE_RGBA8>[mix_input][lut_on];
+    case NATIVE_BGRA8:
+      return TEXEL_READERS<NATIVE_BGRA8>[mix_input][lut_on];
+    case NATIVE_RGBA16:
+      return TEXEL_READERS<NATIVE_RGBA16>[mix_input][lut_on];
+    case NATIVE_BGRA16:
+      return TEXEL_READERS<NATIVE_BGRA16>[mix_input][lut_on];
+  }
   return nullptr;
 }
 

@@ -43,7 +43,7 @@ void report_single_points(const bolt& b) {
 /// A bolt with an outline: where its edges and the runs of them go.
 struct outlined {
   const bolt* b;
-  std::size_t edges, runs;
+  std::size_t groups, runs;
 };
 /// All that have one, and behind them an entry where the last one's end.
 void list_outlined(const bolt& b, std::vector<outlined>& list) {
@@ -51,7 +51,7 @@ void list_outlined(const bolt& b, std::vector<outlined>& list) {
     const outlined last = list.back();
     const std::size_t most = most_edges(b.shown());
     list.back().b = &b;
-    list.push_back({nullptr, last.edges + most, last.runs + (most + EDGES_OF_A_RUN - 1) / EDGES_OF_A_RUN});
+    list.push_back({nullptr, last.groups + groups_of(most), last.runs + runs_of(most)});
   }
   for (int i = 0; i < b.n_children; ++i) list_outlined(*b.children[i], list);
 }
@@ -60,7 +60,7 @@ struct {
   const outlined* list;
   int count;
   image_space space;
-  fill_edge* edges;
+  edge_group* groups;
   edge_run* runs;
 } job;
 
@@ -68,11 +68,11 @@ void forked_outlines() {
   int first = 0, count = 0;
   split_rows(job.count, &first, &count);
   for (const outlined* o = job.list + first; o < job.list + first + count; ++o) {
-    fill_edge* const edges = job.edges + o->edges;
-    const std::size_t n = bolt_edges(*o->b, job.space, edges);
-    std::size_t at = 0;
-    for (edge_run* run = job.runs + o->runs; run < job.runs + o[1].runs; ++run, at += EDGES_OF_A_RUN)
-      *run = run_of({edges + std::min(at, n), std::min(at + EDGES_OF_A_RUN, n) - std::min(at, n)});
+    edge_group* const groups = job.groups + o->groups;
+    edge_run* const runs = job.runs + o->runs;
+    const std::size_t edges = bolt_edges(*o->b, job.space, groups);
+    make_runs(groups, edges, runs);
+    std::fill(runs + runs_of(edges), job.runs + o[1].runs, edge_run{});
   }
 }
 
@@ -101,7 +101,7 @@ void bolt_ring(const bolt& b, image_point* ring) {
   }
 }
 
-std::size_t bolt_edges(const bolt& b, const image_space& space, fill_edge* edges) {
+std::size_t bolt_edges(const bolt& b, const image_space& space, edge_group* groups) {
   const int n = b.shown();
   if (n < 2 || n > MAX_BOLT_POINTS) return 0;
   image_point ring[2 * MAX_BOLT_POINTS];
@@ -115,22 +115,23 @@ std::size_t bolt_edges(const bolt& b, const image_space& space, fill_edge* edges
   //    | 1 / |       second: r0 l1 r1
   //    | / 2 |
   //   r0 --- r1
-  fill_edge* out = edges;
+  edge_writer out(groups);
   int second_before = 0;
   for (int i = 0; i + 1 < n; ++i) {
     const image_point l0 = ring[i], l1 = ring[i + 1], r0 = ring[2 * n - 1 - i], r1 = ring[2 * n - 2 - i];
     const int first = orientation(l0, l1, r0), second = orientation(r0, l1, r1);
-    *out++ = edge_between(l0, l1, first);
-    *out++ = edge_between(r1, r0, second);
+    out.add(edge_between(l0, l1, first));
+    out.add(edge_between(r1, r0, second));
     if (i == 0)
-      *out++ = edge_between(r0, l0, first);
+      out.add(edge_between(r0, l0, first));
     else if (second_before != first)
-      *out++ = edge_between(l0, r0, second_before - first);
-    if (first != second) *out++ = edge_between(l1, r0, first - second);
+      out.add(edge_between(l0, r0, second_before - first));
+    if (first != second) out.add(edge_between(l1, r0, first - second));
     second_before = second;
   }
-  *out++ = edge_between(ring[n - 1], ring[n], second_before);
-  return std::size_t(out - edges);
+  out.add(edge_between(ring[n - 1], ring[n], second_before));
+  out.finish();
+  return out.count();
 }
 
 std::size_t shown_points(const bolt& b) {
@@ -139,17 +140,17 @@ std::size_t shown_points(const bolt& b) {
   return count;
 }
 
-void draw_bolts(const bolt& root, std::int16_t* plane) {
+void draw_bolts(const bolt& root, std::int16_t* plane, const lightning_loops& loops) {
   if (abort_pending()) return;
   report_single_points(root);
   std::vector<outlined> list(1);
   list_outlined(root, list);
   std::vector<edge_run> runs(list.back().runs);
-  fill_edge* const edges = reinterpret_cast<fill_edge*>(plane_scratch(list.back().edges * sizeof(fill_edge)));
-  job = {list.data(), int(list.size()) - 1, image_space_of_view(), edges, runs.data()};
+  auto* const groups = reinterpret_cast<edge_group*>(plane_scratch(list.back().groups * sizeof(edge_group)));
+  job = {list.data(), int(list.size()) - 1, image_space_of_view(), groups, runs.data()};
   if (job.count > 0) fork_processes(forked_outlines);
   if (abort_pending()) return;
-  fill_edges(plane, temp_raster_info.width, temp_raster_info.height, runs);
+  fill_edges(plane, temp_raster_info.width, temp_raster_info.height, runs, loops);
 }
 
 }  // namespace tessaron

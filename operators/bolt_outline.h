@@ -25,14 +25,15 @@ void bolt_ring(const bolt& b, image_point* ring);
 /// Most edges that a bolt with so many shown points has.
 constexpr std::size_t most_edges(int shown) { return std::size_t(shown) * 4; }
 
-/// The edges of one bolt without its branches; their number. Where the outline folds over itself, in bends tighter than
-/// the bolt is wide, edges across the bolt join in, so that everything it passes over is covered.
-std::size_t bolt_edges(const bolt& b, const image_space& space, fill_edge* edges);
+/// The edges of one bolt without its branches, the last group filled up; their number. Where the outline folds over
+/// itself, in bends tighter than the bolt is wide, edges across the bolt join in, so that everything it passes over is
+/// covered.
+std::size_t bolt_edges(const bolt& b, const image_space& space, edge_group* groups);
 
 /// Shown points of a bolt and all its branches.
 std::size_t shown_points(const bolt& b);
 
 /// Draws all bolts below a root: clears the plane and fills it. Does nothing on an abort.
-void draw_bolts(const bolt& root, std::int16_t* plane);
+void draw_bolts(const bolt& root, std::int16_t* plane, const lightning_loops& loops);
 
 }  // namespace tessaron

@@ -2,9 +2,11 @@
 #include "operators/bolts.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <new>
+#include <span>
 
 #include "evaluator/pixel_loop.h"
 #include "evaluator/tables.h"
@@ -12,23 +14,20 @@
 namespace tessaron {
 namespace {
 
-constexpr float SHORT_SQUARED = 4.0f;    // a segment of two pixels isn't divided further
 constexpr float SHORTEST_BRANCH = 2.0f;  // pixels
 constexpr float THINNEST_BRANCH = 0.01f;
 constexpr float END_THINNING = 0.33f;  // of the width of the outermost points
 constexpr int BRANCH_LEVELS = 2;
-constexpr float MOST_BRANCHES = 1e6f;   // of one bolt; far beyond what is to be seen
-constexpr double TURN = 6.28318530718;  // radians
+constexpr float MOST_BRANCHES = 1e6f;  // of one bolt; far beyond what is to be seen
 constexpr float HALF_TURN = 3.1415927f;
 constexpr std::uint32_t UNIT_MASK = 0x3fffffff;  // the bits of a hash that make a number from 0 to 1
 
-double unit(std::uint32_t v) { return (v & UNIT_MASK) * 9.313225746154785e-10; }
-
-/// Room for one more entry: an array grows by its own size, within limits.
+/// Room for `more` entries: an array grows by its own size, within limits.
 template <class T>
-bool make_room(T*& entries, std::int32_t count, std::int32_t& capacity, int least, int most) {
-  if (count < capacity) return true;
-  const std::int32_t grown = capacity + std::clamp(capacity, least, most);
+bool make_room(T*& entries, std::int32_t count, int more, std::int32_t& capacity, int least, int most) {
+  std::int32_t grown = capacity;
+  while (grown - count < more) grown += std::clamp(grown, least, most);
+  if (grown == capacity) return true;
   void* const moved = std::realloc(static_cast<void*>(entries), std::size_t(grown) * sizeof(T));
   if (!moved) return false;
   entries = static_cast<T*>(moved);
@@ -36,8 +35,91 @@ bool make_room(T*& entries, std::int32_t count, std::int32_t& capacity, int leas
   return true;
 }
 
-/// -1 to 1: where a hash and the phase have brought a swinging value.
-double swing(std::uint32_t v, float phase) { return std::sin((unit(v) + phase) * TURN); }
+// --- the line --------------------------------------------------------------------------------------------
+
+/// A line that is divided depth by depth. It has room for the points of all segments that there could be; those that
+/// there are, are marked. Segment i of a depth goes from place i to place i + 1 of 2^depth.
+class midpoint_line {
+ public:
+  midpoint_line(const bolt_point& from, const bolt_point& to) {
+    set(0, from);
+    set(PLACES, to);
+  }
+
+  void divide(const midpoint_shape& shape, std::uint32_t state, displace_midpoints_fn displace) {
+    std::uint16_t lists[2][PLACES];  // segments to be divided, of one depth and of the next
+    int count = 1;
+    lists[0][0] = 0;
+    for (int depth = 0; depth < MAX_BOLT_DEPTH && count > 0; ++depth) {
+      const std::uint16_t* const segments = lists[depth % 2];
+      std::uint16_t* const next = lists[(depth + 1) % 2];
+      int next_count = 0;
+      for (int i = 0; i < count; i += midpoint_block::SIZE) {
+        const int n = std::min(count - i, midpoint_block::SIZE);
+        divide_block(shape, {segments + i, std::size_t(n)}, depth, state, displace);
+        for (int k = 0; k < n; ++k) {
+          next[next_count] = std::uint16_t(2 * segments[i + k]);
+          next_count += block_.divide_before[k];
+          next[next_count] = std::uint16_t(2 * segments[i + k] + 1);
+          next_count += block_.divide_behind[k];
+        }
+      }
+      count = next_count;
+    }
+  }
+
+  int points() const {
+    int sum = 0;
+    for (const std::uint64_t word : used_) sum += std::popcount(word);
+    return sum;
+  }
+
+  /// All points in order.
+  void copy_to(bolt_point* out) const {
+    for (int w = 0; w < WORDS; ++w)
+      for (std::uint64_t left = used_[w]; left; left &= left - 1) {
+        const int place = w * WORD_BITS + std::countr_zero(left);
+        *out++ = {x_[place], y_[place], width_[place]};
+      }
+  }
+
+ private:
+  static constexpr int PLACES = 1 << MAX_BOLT_DEPTH, WORD_BITS = 64, WORDS = PLACES / WORD_BITS + 1;
+
+  void set(int place, const bolt_point& p) {
+    x_[place] = p.x;
+    y_[place] = p.y;
+    width_[place] = p.width;
+    used_[place / WORD_BITS] |= std::uint64_t(1) << place % WORD_BITS;
+  }
+
+  void divide_block(const midpoint_shape& shape, std::span<const std::uint16_t> segments, int depth,
+                    std::uint32_t state, displace_midpoints_fn displace) {
+    const int length = PLACES >> depth;
+    int k = 0;
+    for (const int segment : segments) {
+      const int a = segment * length, b = a + length;
+      block_.key[k] = (1u << depth) + state + std::uint32_t(segment);
+      block_.ax[k] = x_[a];
+      block_.ay[k] = y_[a];
+      block_.awidth[k] = width_[a];
+      block_.bx[k] = x_[b];
+      block_.by[k] = y_[b];
+      block_.bwidth[k] = width_[b];
+      ++k;
+    }
+    displace(shape, block_, k);
+    k = 0;
+    for (const int segment : segments) {
+      set(segment * length + length / 2, {block_.x[k], block_.y[k], block_.width[k]});
+      ++k;
+    }
+  }
+
+  float x_[PLACES + 1], y_[PLACES + 1], width_[PLACES + 1];
+  std::uint64_t used_[WORDS] = {};
+  midpoint_block block_ = {};
+};
 
 }  // namespace
 
@@ -49,14 +131,16 @@ bolt::~bolt() {
   std::free(points);
 }
 
+bool reserve_points(bolt& b, int count) { return make_room(b.points, b.n_points, count, b.point_capacity, 16, 128); }
+
 bool append_point(bolt& b, const bolt_point& p) {
-  if (!make_room(b.points, b.n_points, b.point_capacity, 16, 128)) return false;
+  if (!reserve_points(b, 1)) return false;
   b.points[b.n_points++] = p;
   return true;
 }
 
 bool append_child(bolt& b, bolt_ptr child) {
-  if (!make_room(b.children, b.n_children, b.child_capacity, 8, 32)) return false;
+  if (!make_room(b.children, b.n_children, 1, b.child_capacity, 8, 32)) return false;
   b.children[b.n_children++] = child.release();
   return true;
 }
@@ -76,42 +160,7 @@ wrinkle_scale set_wrinkle_scale(const bolt_settings& settings, float length) {
           .branch_per_length = settings.branchiness / s};
 }
 
-// --- the line --------------------------------------------------------------------------------------------
-
-bool bolt_builder::append(bolt& b, const bolt_point& p) {
-  --points_left_;
-  if (append_point(b, p)) return true;
-  out_of_memory_ = true;
-  return false;
-}
-
-/// Appends all points from `from` on, without `to`. The displacement relative to a segment rises with its length up to
-/// that of the whole bolt and falls beyond; the phase moves short segments faster than long ones.
-void bolt_builder::subdivide(bolt& b, const bolt_point& from, const bolt_point& to, int depth, std::uint32_t index) {
-  const float dx = to.x - from.x, dy = to.y - from.y;
-  const float squared = dx * dx + dy * dy;
-  if (depth >= MAX_BOLT_DEPTH || !(squared > SHORT_SQUARED)) {
-    append(b, from);
-    return;
-  }
-  const float length = std::sqrt(squared);
-  const float amplitude = std::min(wrinkle_.peak / length, wrinkle_.slope * length + settings_.wrinkle_low);
-  const float phase = wrinkle_.phase_scale / length;
-
-  const std::uint32_t v = hash4((1u << depth) + bolt_state + index);
-  const float displacement = float(swing(v, phase) * 0.5 * amplitude);
-  const std::uint32_t v2 = hash4(v);
-  const float f = float(0.5 + settings_.wrinkle_low * 0.33 * (unit(v2) - 0.5));
-  bolt_point middle = {from.x + f * dx + displacement * dy, from.y + f * dy - displacement * dx,
-                       (from.width + to.width) * 0.5f};
-  if (settings_.width_vary > 0) {
-    const std::uint32_t v3 = hash4(v2);
-    const float width = float(middle.width + swing(v3, phase) * width_wrinkle_ * length);
-    middle.width = std::min(std::max(width, 1 - settings_.width_vary), 1 + settings_.width_vary);
-  }
-  subdivide(b, from, middle, depth + 1, 2 * index);
-  subdivide(b, middle, to, depth + 1, 2 * index + 1);
-}
+// --- bolts -----------------------------------------------------------------------------------------------
 
 bolt_ptr bolt_builder::make_bolt(float x0, float y0, float x1, float y1, float width) {
   bolt_ptr made(new (std::nothrow) bolt);
@@ -119,12 +168,24 @@ bolt_ptr bolt_builder::make_bolt(float x0, float y0, float x1, float y1, float w
     out_of_memory_ = true;
     return nullptr;
   }
-  width_wrinkle_ = settings_.width_vary * 0.2f / std::max(width, 0.0001f);
-  const bolt_point first = {x0, y0, 1.0f}, last = {x1, y1, 1.0f};
-  subdivide(*made, first, last, 0, 0);
-  append(*made, last);
-  if (out_of_memory_) return nullptr;
-  made->n_full = made->n_points;
+  midpoint_line line({x0, y0, 1.0f}, {x1, y1, 1.0f});
+  const float dx = x1 - x0, dy = y1 - y0;
+  if (dx * dx + dy * dy > SHORT_BOLT_SQUARED)
+    line.divide({.wrinkle_low = settings_.wrinkle_low,
+                 .peak = wrinkle_.peak,
+                 .slope = wrinkle_.slope,
+                 .phase_scale = wrinkle_.phase_scale,
+                 .width_vary = settings_.width_vary,
+                 .width_wrinkle = settings_.width_vary * 0.2f / std::max(width, 0.0001f)},
+                bolt_state, displace_);
+  const int count = line.points();
+  points_left_ -= count;
+  if (!reserve_points(*made, count)) {
+    out_of_memory_ = true;
+    return nullptr;
+  }
+  line.copy_to(made->points);
+  made->n_full = made->n_points = count;
   return made;
 }
 

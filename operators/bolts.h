@@ -14,6 +14,7 @@
 #include <memory>
 
 #include "base/fixed.h"
+#include "operators/lightning_loops.h"
 
 namespace tessaron {
 
@@ -49,6 +50,8 @@ struct bolt {
 };
 using bolt_ptr = std::unique_ptr<bolt>;
 
+/// Room for `count` more points; false without memory.
+[[nodiscard]] bool reserve_points(bolt& b, int count);
 /// False without memory.
 [[nodiscard]] bool append_point(bolt& b, const bolt_point& p);
 /// Takes the child over; false without memory, and the child is freed.
@@ -95,8 +98,9 @@ void finish_bolt(bolt& b, float width, float start, float end, float pointiness)
 class bolt_builder {
  public:
   /// At most `max_points` points for the bolt and all its branches; further branches are left out.
-  bolt_builder(const bolt_settings& settings, const wrinkle_scale& wrinkle, int max_points)
-      : settings_(settings), wrinkle_(wrinkle), points_left_(max_points) {}
+  bolt_builder(const bolt_settings& settings, const wrinkle_scale& wrinkle, int max_points,
+               displace_midpoints_fn displace)
+      : settings_(settings), wrinkle_(wrinkle), points_left_(max_points), displace_(displace) {}
 
   /// From (x0, y0) to (x1, y1), finished at a base width of `width`. Null without memory.
   bolt_ptr build(std::uint32_t state, float x0, float y0, float x1, float y1, float width);
@@ -110,13 +114,10 @@ class bolt_builder {
   bool out_of_memory() const { return out_of_memory_; }
 
  private:
-  void subdivide(bolt& b, const bolt_point& from, const bolt_point& to, int depth, std::uint32_t index);
-  bool append(bolt& b, const bolt_point& p);
-
   bolt_settings settings_;
   wrinkle_scale wrinkle_;
-  float width_wrinkle_ = 0;
   int points_left_;
+  displace_midpoints_fn displace_;
   bool out_of_memory_ = false;
 };
 

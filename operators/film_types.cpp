@@ -268,15 +268,6 @@ void read_entries(film_table& films) {
   }
 }
 
-/// 0, or the system's number for the reason why a file can't be read. A directory opens like a file.
-int open_fault(const char* path) {
-  std::FILE* stream = std::fopen(path, "r");
-  if (!stream) return errno;
-  const int fault = std::getc(stream) == EOF && std::ferror(stream) ? errno : 0;
-  std::fclose(stream);
-  return fault;
-}
-
 std::optional<film_table> loaded;
 
 std::vector<std::string> names_of(const std::vector<film_type>& table) {

@@ -68,7 +68,7 @@ void flare_shape::build(const lens_flare_def& flare, const flare_look& look) {
 }
 
 double flare_shape::light_of(float component) const {
-  if (!(component > 0)) return 0;
+  if (!(component > 0)) return exponent_ == 1 ? limited(component, -LARGEST_COLOR, 0) : 0;  // no root below 0
   return limited(libm_pow(component, exponent_), 0, LARGEST_COLOR);
 }
 

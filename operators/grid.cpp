@@ -86,12 +86,13 @@ ruling ruling_of(const node& n, int direction) {
 /// Outlines with room for a limited number of edges.
 class edge_table {
  public:
-  explicit edge_table(std::size_t room) : edges_(room) {}
+  explicit edge_table(std::size_t room) : room_(int(room)), groups_(groups_of(room)), edges_(groups_.data()) {}
 
   /// Room for one more line; reported where there is none.
   bool has_room() const {
-    if (n_edges_ + EDGES_OF_A_LINE < int(edges_.size())) return true;
-    report(REPORT_PLAIN, "grid error: n_edges %d + 5 >= n_edge_structs %d \n", n_edges_, int(edges_.size()));
+    const int n_edges = int(edges_.count());
+    if (n_edges + EDGES_OF_A_LINE < room_) return true;
+    report(REPORT_PLAIN, "grid error: n_edges %d + 5 >= n_edge_structs %d \n", n_edges, room_);
     return false;
   }
 
@@ -102,15 +103,20 @@ class edge_table {
       const image_point a = corners[i], b = corners[(i + 1) % count];
       area += double(a.x) * b.y - double(b.x) * a.y;
     }
-    for (int i = 0; i < count; ++i)
-      edges_[std::size_t(n_edges_++)] = edge_between(corners[i], corners[(i + 1) % count], area < 0 ? -1 : 1);
+    for (int i = 0; i < count; ++i) edges_.add(edge_between(corners[i], corners[(i + 1) % count], area < 0 ? -1 : 1));
   }
 
-  edge_run run() const { return run_of({edges_.data(), std::size_t(n_edges_)}); }
+  std::vector<edge_run> runs() {
+    edges_.finish();
+    std::vector<edge_run> runs(runs_of(edges_.count()));
+    make_runs(groups_.data(), edges_.count(), runs.data());
+    return runs;
+  }
 
  private:
-  std::vector<fill_edge> edges_;
-  int n_edges_ = 0;
+  int room_;
+  std::vector<edge_group> groups_;
+  edge_writer edges_;
 };
 
 /// Cuts off what lies nearer than the near plane; the number of corners that remain, at most one more.
@@ -150,7 +156,7 @@ class grid_drawing {
     return true;
   }
 
-  edge_run run() const { return table_.run(); }
+  std::vector<edge_run> runs() { return table_.runs(); }
 
  private:
   camera camera_;
@@ -175,7 +181,7 @@ extent extent_of(const ruling& r) {
 
 }  // namespace
 
-void draw_grid_image(node& n) {
+void draw_grid(node& n, const lightning_loops& loops) {
   check_image_planes(n, n.elnum);
   settle_args_from(n, BOXES);
   const ruling across = ruling_of(n, 0), down = ruling_of(n, 1);
@@ -193,8 +199,8 @@ void draw_grid_image(node& n) {
     const double half = down.half_width_of(i);
     if (half > 0) room = drawing.add_strip(u.from, down.place(i) - half, u.to, down.place(i) + half);
   }
-  edge_run run = drawing.run();
-  fill_edges(n.images[0], temp_raster_info.width, temp_raster_info.height, {&run, 1});
+  std::vector<edge_run> runs = drawing.runs();
+  fill_edges(n.images[0], temp_raster_info.width, temp_raster_info.height, runs, loops);
 }
 
 }  // namespace tessaron

@@ -210,14 +210,13 @@ loaded_list& glares() {
 
 int load_lens_flares_from_file(const char* name, lens_flare_def** table, int max_number, const char* name_prefix,
                                bool has_center) {
-  errno = 0;
-  const file_source source(name);
-  if (!source.stream) {
-    const int error = errno;
+  if (const int fault = open_fault(name)) {
     report(REPORT_ERROR, "load_lens_flares_from_file: Can't open file %s\n", name);
-    report(REPORT_ERROR, "Error opening lens flare file: %s", std::strerror(error));
+    report(REPORT_ERROR, "Error opening lens flare file: %s", std::strerror(fault));
     return 0;
   }
+  const file_source source(name);
+  if (!source.stream) return 0;
   // Faults of the tokens themselves are told with the list's name.
   const char* const outer_subject = reading_subject;
   reading_subject = name_prefix;

@@ -40,6 +40,7 @@ struct {
   bolt_settings settings;
   bolt_ptr* grown;
   int count, points_each;
+  displace_midpoints_fn displace;
   std::atomic<int> next;
   std::atomic<bool> out_of_memory;
 } job;
@@ -48,7 +49,7 @@ void forked_grow() {
   // Bolts differ in length: whoever is done takes the next one.
   for (int i = job.next++; i < job.count && !check_abort(); i = job.next++) {
     const bolt_plan& p = job.plan[i];
-    bolt_builder builder(job.settings, set_wrinkle_scale(job.settings, p.scale_length), job.points_each);
+    bolt_builder builder(job.settings, set_wrinkle_scale(job.settings, p.scale_length), job.points_each, job.displace);
     job.grown[i] = builder.build(p.state, p.start.x, p.start.y, p.end.x, p.end.y, job.settings.width * p.strength);
     if (builder.out_of_memory()) job.out_of_memory = true;
   }
@@ -81,7 +82,7 @@ float half_frame_width() { return 0.5f * float(display_dims.full_width); }
 bolt_settings bolt_settings_of(const node& n, int first_arg) {
   const auto arg = [&](int a, int e) {
     const node& value = *n.args[first_arg + a];
-    return value.const_vals[e < value.elnum ? e : 0];
+    return e < value.elnum ? value.const_vals[e] : value.const_vals[0];
   };
   const float start = number(arg(START_LEN_ARG, 0));
   return {.width = number(arg(WIDTH_VARY_ARG, 0)) * half_frame_width() * WIDTH_UNIT,
@@ -119,13 +120,15 @@ image_point bolt_space_of(image_point p) {
           (0.5f * float(temp_raster_info.height) - p.y) * display_dims.pixel_aspect};
 }
 
-void draw_lightning(const std::vector<bolt_plan>& plan, const bolt_settings& settings, std::int16_t* plane) {
+void draw_lightning(const std::vector<bolt_plan>& plan, const bolt_settings& settings, std::int16_t* plane,
+                    const lightning_loops& loops) {
   std::vector<bolt_ptr> grown(plan.size());
   job.plan = plan.data();
   job.settings = settings;
   job.grown = grown.data();
   job.count = int(plan.size());
   job.points_each = std::max(MOST_POINTS / std::max(job.count, 1), MAX_BOLT_POINTS);
+  job.displace = loops.displace_midpoints;
   job.next = 0;
   job.out_of_memory = false;
   if (!plan.empty()) fork_processes(forked_grow);
@@ -134,7 +137,7 @@ void draw_lightning(const std::vector<bolt_plan>& plan, const bolt_settings& set
   bolt root;
   for (bolt_ptr& b : grown)
     if (b && !append_child(root, std::move(b))) no_memory();
-  draw_bolts(root, plane);
+  draw_bolts(root, plane, loops);
 }
 
 void show_object(std::int16_t* plane, const std::int16_t* object, fix threshold, fix show) {
@@ -143,7 +146,7 @@ void show_object(std::int16_t* plane, const std::int16_t* object, fix threshold,
   fork_processes(forked_show);
 }
 
-void zap_image(node& n) {
+void draw_zap(node& n, const lightning_loops& loops) {
   check_image_planes(n, n.elnum);
   settle_args_from(n, START);
   const auto value = [&n](int arg, int e = 0) { return n.args[arg]->const_vals[e]; };
@@ -164,7 +167,7 @@ void zap_image(node& n) {
     plan[i].end.x += length * float(std::cos(angle));
     plan[i].end.y += length * float(std::sin(angle));
   }
-  draw_lightning(plan, settings, n.images[0]);
+  draw_lightning(plan, settings, n.images[0], loops);
 }
 
 }  // namespace tessaron

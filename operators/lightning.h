@@ -11,12 +11,10 @@ namespace tessaron {
 
 struct node;
 
-/// Lightning between two points: `start`, `end`, `vary_end`, `bolts`, `width_vary`, `end_pointiness`, `start_len`,
-/// `wrinkle_curve`, `branchiness`, `branch_ang_len`, `seed_phase`.
-void zap_image(node& n);
-/// Lightning out of the outline of an object; with a mask, where that is.
-void zap_from_image(node& n);
-void zap_from_mask_image(node& n);
+// The functions, given the loops of an instruction-set level.
+void draw_zap(node& n, const lightning_loops& loops);
+void draw_zap_from(node& n, const lightning_loops& loops);
+void draw_zap_from_mask(node& n, const lightning_loops& loops);
 
 /// Half the frame's width, pixels: what 1.0 of a norm coordinate is.
 float half_frame_width();
@@ -48,7 +46,8 @@ struct bolt_plan {
 };
 
 /// Makes the bolts on all workers and draws them into a plane, which is cleared. Does nothing on an abort.
-void draw_lightning(const std::vector<bolt_plan>& plan, const bolt_settings& settings, std::int16_t* plane);
+void draw_lightning(const std::vector<bolt_plan>& plan, const bolt_settings& settings, std::int16_t* plane,
+                    const lightning_loops& loops);
 
 /// Shows an object beneath what was drawn: samples of at least `show` where the object is above the threshold.
 void show_object(std::int16_t* plane, const std::int16_t* object, fix threshold, fix show);

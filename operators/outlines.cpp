@@ -11,8 +11,11 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <memory>
 
 #include "evaluator/pixel_loop.h"
+#include "evaluator/workers.h"
+#include "operators/planes.h"
 
 namespace tessaron {
 namespace {
@@ -21,6 +24,24 @@ constexpr int UP = 0, RIGHT = 1, DOWN = 2, LEFT = 3;
 constexpr int CORNER_X[] = {0, 1, 1, 0}, CORNER_Y[] = {0, 0, 1, 1};  // a, b, c, d
 constexpr std::uint8_t SIDE_ACROSS = 1, SIDE_DOWN = 2;  // marks: between a pixel and the next, and the one below
 
+struct {
+  const std::int16_t* samples;
+  int width, height;
+  fix threshold;
+  std::uint8_t *inside, *taken;
+} mark_job;
+
+/// Which pixels are inside; no side has been taken.
+void forked_mark() {
+  const worker_share rows = share_of(mark_job.height);
+  const std::int64_t first = std::int64_t(rows.first) * mark_job.width, end = std::int64_t(rows.end) * mark_job.width;
+  const std::int16_t* const samples = mark_job.samples;
+  std::uint8_t* const inside = mark_job.inside;
+  const fix threshold = mark_job.threshold;
+  for (std::int64_t i = first; i < end; ++i) inside[i] = samples[i] > threshold;
+  std::fill(mark_job.taken + first, mark_job.taken + end, std::uint8_t(0));
+}
+
 class tracer {
  public:
   tracer(const std::int16_t* samples, int width, int height, fix threshold)
@@ -28,10 +49,11 @@ class tracer {
         width_(width),
         height_(height),
         threshold_(threshold),
-        inside_(std::size_t(width) * std::size_t(height) + sizeof(std::uint64_t)),
-        taken_(inside_.size()) {
-    const std::size_t n = std::size_t(width) * std::size_t(height);
-    for (std::size_t i = 0; i < n; ++i) inside_[i] = samples[i] > threshold;
+        inside_(std::make_unique_for_overwrite<std::uint8_t[]>(size() + BEHIND)),
+        taken_(std::make_unique_for_overwrite<std::uint8_t[]>(size())) {
+    std::fill_n(inside_.get() + size(), BEHIND, std::uint8_t(0));
+    mark_job = {samples, width, height, threshold, inside_.get(), taken_.get()};
+    fork_processes(forked_mark);
   }
 
   template <class Keep>
@@ -57,12 +79,15 @@ class tracer {
   }
 
  private:
+  static constexpr std::size_t BEHIND = sizeof(std::uint64_t);  // bytes that a look at eight pixels may reach
+
+  std::size_t size() const { return std::size_t(width_) * std::size_t(height_); }
   std::size_t at(int x, int y) const { return std::size_t(y) * std::size_t(width_) + std::size_t(x); }
   bool in(int x, int y) const { return inside_[at(x, y)]; }
 
   /// The first column from x on whose pixel differs from the next one in the row; or the last column.
   int next_change(int x, int y) const {
-    const std::uint8_t* const row = inside_.data() + at(0, y);
+    const std::uint8_t* const row = inside_.get() + at(0, y);
     // Eight pairs at a time; what lies behind the row is cut off.
     for (; x + 1 < width_; x += 8) {
       std::uint64_t here = 0, next = 0;
@@ -122,7 +147,7 @@ class tracer {
   const std::int16_t* samples_;
   int width_, height_;
   fix threshold_;
-  std::vector<std::uint8_t> inside_, taken_;
+  std::unique_ptr<std::uint8_t[]> inside_, taken_;
 };
 
 float distance(image_point a, image_point b) { return std::hypot(b.x - a.x, b.y - a.y); }

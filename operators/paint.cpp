@@ -200,13 +200,23 @@ stroke_rows make_stroke(const layer_lattice& layer, int i, int j, paint_stroke& 
           int(std::clamp(std::floor(s.y + reach), -1.0f, float(set.height - 1)))};
 }
 
+float smallest_pitch_of(float half_frame) { return std::max(SMALLEST_PITCH, half_frame / MOST_STROKES); }
+float main_pitch_of(float half_frame, fix frequency) {
+  return std::max(half_frame * FIX_ONE / std::abs(float(frequency)), smallest_pitch_of(half_frame));
+}
+
+/// How far a layer's strokes reach from their middles, in distances between strokes.
+float reach_of(const layer_manner& manner) {
+  return manner.half_length * (1 + manner.size_spread) + manner.half_width * (1 + 0.5f * manner.size_spread);
+}
+
 /// The cells whose strokes can touch the view.
 layer_lattice lattice_of(const layer_manner& manner, int number, std::uint32_t rand_seed) {
   layer_lattice l = {};
   l.manner = manner;
   l.seed = rand_seed + std::uint32_t(number + 1) * FIRST_DETAIL_SEED;
   l.pitch = std::max(plan.main_pitch * manner.pitch, plan.smallest_pitch);
-  const float reach = manner.half_length * (1 + manner.size_spread) + manner.half_width + 1;
+  const float reach = reach_of(manner) + 1;
   const auto cells = [&](float middle, float size, float pitch, int& first, int& count) {
     first = int(std::floor(-middle / pitch - reach));
     count = int(std::ceil((size - middle) / pitch + reach)) - first;
@@ -270,6 +280,16 @@ void sort_into_bands(int height) {
 
 }  // namespace
 
+float paint_reach(fix frequency) {
+  if (frequency == 0) return 0;
+  const float half_frame = float(display_dims.display_width) / 2;
+  float farthest = 0;
+  for (const layer_manner& manner : LAYERS)
+    farthest = std::max(farthest, reach_of(manner) * std::max(main_pitch_of(half_frame, frequency) * manner.pitch,
+                                                              smallest_pitch_of(half_frame)));
+  return farthest;
+}
+
 bool plan_strokes(const paint_settings& settings) {
   if (settings.frequency == 0) return false;
   const sampling_frame frame = current_sampling_frame();
@@ -278,8 +298,8 @@ bool plan_strokes(const paint_settings& settings) {
   plan.half_frame = float(frame.full_width) / 2;
   plan.mid_x = plan.half_frame - float(frame.origin_x) / FIX_ONE - 0.5f;
   plan.mid_y = float(frame.full_height) / 2 - float(frame.origin_y) / FIX_ONE - 0.5f;
-  plan.smallest_pitch = std::max(SMALLEST_PITCH, plan.half_frame / MOST_STROKES);
-  plan.main_pitch = std::max(plan.half_frame * FIX_ONE / std::abs(float(settings.frequency)), plan.smallest_pitch);
+  plan.smallest_pitch = smallest_pitch_of(plan.half_frame);
+  plan.main_pitch = main_pitch_of(plan.half_frame, settings.frequency);
   int count = 0;
   for (int k = 0; k < PAINT_LAYERS; ++k) {
     plan.layers[k] = lattice_of(LAYERS[k], k, std::uint32_t(settings.rand_seed));

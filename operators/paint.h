@@ -41,6 +41,9 @@ struct paint_settings {
 /// `direction` samples are this many times the image's difference over two pixels.
 inline constexpr int PAINT_GRADIENT_GAIN = 8;
 
+/// How far a stroke's colour may come from, in pixels of the frame's width; 0 where nothing is painted.
+float paint_reach(fix frequency);
+
 /// Makes all strokes, with the workers' help. False: none, or the render is to stop.
 bool plan_strokes(const paint_settings& settings);
 

@@ -35,6 +35,8 @@ fix amount_to_fix_pixels(fix value) {
   return wrap_mul(std::min(value, LARGEST_AMOUNT), display_dims.display_width) >> 3;
 }
 
+int whole_pixels(fix amount) { return amount > 0 ? int((std::int64_t(amount) + FIX_ONE - 1) >> FIX_BITS) : 0; }
+
 fix correct_pixel_aspect(fix y_amount) {
   if (!display_dims.pixel_aspect_not_1) return y_amount;
   constexpr float LARGEST = 2147483520.0f;  // the largest float that a fix holds

@@ -12,6 +12,9 @@ namespace tessaron {
 /// Blur amount to fix pixels: 1.0 is an eighth of the frame's width; amounts beyond 64.0 count as 64.0.
 fix amount_to_fix_pixels(fix value);
 
+/// Whole pixels that an amount in fix pixels reaches; 0 for none and below.
+int whole_pixels(fix amount);
+
 /// A vertical amount in rows of the frame: on pixels that are not square, a blur as tall as it is wide.
 fix correct_pixel_aspect(fix y_amount);
 

@@ -84,7 +84,7 @@ std::vector<bolt_plan> plan_bolts(const std::vector<outline>& outlines, int bolt
 }
 
 /// The object's planes are fetched before the mask's: they may be where the node's own are.
-void zap_from_object(node& n, int mask_arg, int bolts_arg, placing p) {
+void zap_from_object(node& n, int mask_arg, int bolts_arg, placing p, const lightning_loops& loops) {
   const int threshold_show = bolts_arg + 1 + SEED_PHASE_ARG + 1;
   const fix threshold = n.args[threshold_show]->const_vals[0], show = n.args[threshold_show]->const_vals[1];
   const int width = temp_raster_info.width, height = temp_raster_info.height;
@@ -103,7 +103,7 @@ void zap_from_object(node& n, int mask_arg, int bolts_arg, placing p) {
 
   std::vector<std::int16_t> object;
   if (show > 0) object.assign(n.images[0], n.images[0] + std::size_t(width) * std::size_t(height));
-  draw_lightning(plan, settings, n.images[0]);
+  draw_lightning(plan, settings, n.images[0], loops);
   if (show > 0) show_object(n.images[0], object.data(), threshold, show);
 }
 
@@ -112,22 +112,23 @@ float number(const node& n, int arg, int e) { return float(n.args[arg]->const_va
 
 }  // namespace
 
-void zap_from_image(node& n) {
+void draw_zap_from(node& n, const lightning_loops& loops) {
   constexpr int MAX_LEN_VARY = 1, VARY_SPACING = 2, BOLTS = 3;
   check_image_planes(n, n.elnum);
   settle_args_from(n, MAX_LEN_VARY);
   zap_from_object(
       n, 0, BOLTS,
-      {number(n, MAX_LEN_VARY, 0) * half_frame_width(), number(n, MAX_LEN_VARY, 1), number(n, VARY_SPACING, 0)});
+      {number(n, MAX_LEN_VARY, 0) * half_frame_width(), number(n, MAX_LEN_VARY, 1), number(n, VARY_SPACING, 0)}, loops);
 }
 
-void zap_from_mask_image(node& n) {
+void draw_zap_from_mask(node& n, const lightning_loops& loops) {
   constexpr int MASK = 1, MAX_LEN_VARY_SPACING = 2, BOLTS = 3;
   check_image_planes(n, 2 * n.elnum);
   settle_args_from(n, MAX_LEN_VARY_SPACING);
   zap_from_object(n, MASK, BOLTS,
                   {number(n, MAX_LEN_VARY_SPACING, 0) * half_frame_width(), number(n, MAX_LEN_VARY_SPACING, 1),
-                   number(n, MAX_LEN_VARY_SPACING, 2)});
+                   number(n, MAX_LEN_VARY_SPACING, 2)},
+                  loops);
 }
 
 }  // namespace tessaron

@@ -7,14 +7,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <vector>
 
 #include "evaluator/frame.h"
 #include "evaluator/pixel_loop.h"
+#include "evaluator/workers.h"
 #include "genotype/genotype.h"
 #include "operators/bolt_outline.h"
 #include "operators/lightning.h"
 #include "operators/operators.h"
+#include "operators/planes.h"
 
 namespace tessaron {
 namespace {
@@ -101,6 +104,24 @@ class object_samples {
 // -------------------------------------------------------------------------------------------------
 // What bolts aim at.
 
+struct {
+  std::int16_t *plane, *object;
+  fix threshold;
+} light_job;
+
+/// Sets the object aside and leaves its light in the plane. The light of a region is what it has above the threshold:
+/// one that comes up or goes down does so from nothing.
+void forked_light() {
+  const plane_slice slice = slice_of_plane();
+  std::int16_t* const plane = light_job.plane + slice.first;
+  std::int16_t* const object = light_job.object + slice.first;
+  const fix threshold = light_job.threshold;
+  for (std::int64_t i = 0; i < slice.count; ++i) {
+    object[i] = plane[i];
+    plane[i] = plane_sample(fix_max(wrap_sub(plane[i], threshold), 0));
+  }
+}
+
 void take_region(void* regions, double light, double x, double y) {
   const double frame = 2.0 * double(half_frame_width());
   if (light / FIX_ONE * (10000 / (frame * frame)) < FAINTEST) return;
@@ -153,7 +174,7 @@ bolt_plan plan_bolt(const target& t, std::uint32_t state, image_point center, fl
 
 }  // namespace
 
-void draw_zap_to(node& n, region_scan scan) {
+void draw_zap_to(node& n, region_scan scan, const lightning_loops& loops) {
   check_image_planes(n, n.elnum);
   settle_args_from(n, CENTER);
   const auto value = [&n](int arg, int e = 0) { return n.args[arg]->const_vals[e]; };
@@ -163,10 +184,9 @@ void draw_zap_to(node& n, region_scan scan) {
   fetch_image_arg(n, TO_OBJ, n.images);
   if (abort_pending()) return;
 
-  // The light of a region is what it has above the threshold: one that comes up or goes down does so from nothing.
-  const std::size_t samples = std::size_t(width) * std::size_t(height);
-  const std::vector<std::int16_t> object(plane, plane + samples);
-  for (std::size_t i = 0; i < samples; ++i) plane[i] = plane_sample(fix_max(wrap_sub(plane[i], threshold), 0));
+  const auto object = std::make_unique_for_overwrite<std::int16_t[]>(std::size_t(width) * std::size_t(height));
+  light_job = {plane, object.get(), threshold};
+  fork_processes(forked_light);
   std::vector<region> regions;
   scan(plane, width, height, take_region, &regions);
   if (abort_pending()) return;
@@ -179,12 +199,12 @@ void draw_zap_to(node& n, region_scan scan) {
   std::vector<bolt_plan> plan;
   const image_point center = bolt_space_of(value(CENTER, 0), value(CENTER, 1));
   const float radius = float(value(RADIUS)) / 4096.0f * half_frame_width();
-  const object_samples seen(object.data(), width, height, threshold);
+  const object_samples seen(object.get(), width, height, threshold);
   for (int b = 0; b < bolt_count(value(BOLTS_POINTS)) && !targets.empty(); ++b)
     plan.push_back(plan_bolt(targets[std::size_t(b) % targets.size()], bolt_state_of(settings.seed, std::uint32_t(b)),
                              center, radius, seen));
-  draw_lightning(plan, settings, plane);
-  show_object(plane, object.data(), threshold, show);
+  draw_lightning(plan, settings, plane, loops);
+  show_object(plane, object.get(), threshold, show);
 }
 
 }  // namespace tessaron

@@ -39,9 +39,6 @@ constexpr int IMAGE_ARG = 0;
 
 bool is_constant(const node& n, int arg) { return (n.args[arg]->node_flags & NODE_CONSTANT) != 0; }
 
-/// Fix pixels that an amount covers, in whole pixels.
-int whole_pixels(fix amount) { return amount > 0 ? int((std::int64_t(amount) + FIX_ONE - 1) >> FIX_BITS) : 0; }
-
 /// Every argument that is blurred with the image is asked for as much around.
 void grow_by_radii(node& n, blur_radii radii, int last_image_arg = IMAGE_ARG) {
   for (int arg = IMAGE_ARG; arg <= last_image_arg; ++arg)
@@ -64,7 +61,8 @@ void bounds_blur_channels(node& n) {
   constexpr int AMOUNT = 1, CHANNEL_AMOUNT = 2;
   if (!is_constant(n, AMOUNT) || !is_constant(n, CHANNEL_AMOUNT)) return unbound_args(n);
   fix largest = 0;
-  for (int c = 0; c < n.elnum; ++c) largest = fix_max(largest, n.args[CHANNEL_AMOUNT]->const_vals[c]);
+  for (int c = 0; c < n.args[CHANNEL_AMOUNT]->elnum; ++c)
+    largest = fix_max(largest, n.args[CHANNEL_AMOUNT]->const_vals[c]);
   grow_by_radii(n, channel_radii(blur_radii_of(*n.args[AMOUNT]), largest));
 }
 

@@ -13,9 +13,6 @@ namespace {
 constexpr image_needs FILM_EFFECT = {
     .image_arg_index = 0, .images_per_element = 1, .extra_images = 1, .aux_count_a = 1};
 
-/// Fix pixels in whole ones.
-int whole_pixels(fix amount) { return amount > 0 ? int((std::int64_t(amount) + FIX_ONE - 1) >> FIX_BITS) : 0; }
-
 /// Blur and glow read around a pixel, and lines that are made anew read those beside them.
 void bounds_film(node& n) {
   for (const int arg : {FILM_FILMS_FIELDS_BLUR, FILM_GLOW_WIDTH, FILM_GLOW_SOFT_FOCUS, FILM_GLOW_BRIGHTNESS})

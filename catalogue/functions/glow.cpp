@@ -21,9 +21,6 @@ bool constant_args(const node& n, std::initializer_list<int> args) {
   return true;
 }
 
-/// Fix pixels that an amount covers, in whole pixels.
-int whole_pixels(fix amount) { return amount > 0 ? int((std::int64_t(amount) + FIX_ONE - 1) >> FIX_BITS) : 0; }
-
 void bounds_glow(node& n) {
   constexpr int WIDTH_XY = 2, WIDTH = 3;
   if (!constant_args(n, {WIDTH_XY, WIDTH})) return unbound_arg_bounds(n, IMAGE_ARG);

@@ -1,7 +1,7 @@
 // A ruled plane in perspective.
-#include "operators/grid.h"
 #include "catalogue/functions/groups.h"
 #include "catalogue/functions/parts.h"
+#include "operators/bodies/lightning.h"
 
 namespace tessaron::TESSARON_LEVEL {
 namespace {

@@ -1,5 +1,5 @@
 // Lightning between points, to an object and out of one.
-#include "operators/lightning.h"
+#include "operators/bodies/lightning.h"
 #include "catalogue/functions/groups.h"
 #include "catalogue/functions/parts.h"
 #include "operators/bodies/zap_to.h"

@@ -93,6 +93,14 @@ inline std::uint32_t field(const word* p) {
   return p[F::word_of(C)] >> F::shift(C) & F::MASK;
 }
 
+/// One colour: through the table when there is one, then times alpha when rows are premultiplied.
+template <class F, int C, bool MIX, bool TABLE>
+inline fix read_colour(const word* p, fix alpha) {
+  const std::uint32_t v = field<F, C>(p);
+  const fix colour = TABLE ? F::table_to_fix(v) : F::to_fix(v);
+  return MIX ? fix_mul(colour, alpha) : colour;
+}
+
 /// Ones in word W where channel C lies, 0 when it lies in another word.
 template <class F, int C, int W>
 constexpr std::uint32_t field_mask() {

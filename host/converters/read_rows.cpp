@@ -4,14 +4,6 @@
 namespace tessaron::TESSARON_LEVEL {
 namespace {
 
-/// One colour: through the table when there is one, then times alpha when rows are premultiplied.
-template <class F, int C, bool MIX, bool TABLE>
-inline fix read_colour(const word* p, fix alpha) {
-  const std::uint32_t v = field<F, C>(p);
-  const fix colour = TABLE ? F::table_to_fix(v) : F::to_fix(v);
-  return MIX ? fix_mul(colour, alpha) : colour;
-}
-
 /// N of 1 reads alpha alone.
 template <class F, int N, bool MIX, bool TABLE>
 void read_row(const std::uint8_t* pixels, fix* const* planes, int n) {

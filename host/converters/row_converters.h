@@ -26,11 +26,14 @@ static inline constexpr int read_count_slot(int n_elements) {
 }
 
 using read_row_fn = void (*)(const std::uint8_t* pixels, fix* const* planes, int n);
+/// Pixels to interleaved samples, held to 0..8191: what a sampling image is made of.
+using read_texels_fn = void (*)(const std::uint8_t* pixels, std::int16_t* texels, int n);
 using write_row_fn = void (*)(std::uint8_t* pixels, const fix* const* planes, int n);
 
 struct row_converters {
-  read_row_fn read[N_HOST_FORMATS][3][2][2];    // format, count slot, premultiply, input table
-  write_row_fn write[N_HOST_FORMATS][4][2][2];  // format, elements - 1, output table, alpha kept
+  read_row_fn read[N_HOST_FORMATS][3][2][2];            // format, count slot, premultiply, input table
+  read_texels_fn read_texels[N_HOST_FORMATS][2][2][2];  // format, elements - 3, premultiply, input table
+  write_row_fn write[N_HOST_FORMATS][4][2][2];          // format, elements - 1, output table, alpha kept
   void (*write_alpha[N_HOST_FORMATS])(std::uint8_t* pixels, const fix* alpha, int n);
   /// Colours of one row over their alpha; `out` may be `in`.
   void (*postdiv)(const fix* in, fix* out, const fix* alpha, int n);
@@ -40,6 +43,7 @@ struct row_converters {
 #define TESSARON_DECLARE_CONVERTERS(LEVEL)    \
   namespace LEVEL {                           \
   void set_read_rows(row_converters& table);  \
+  void set_texel_rows(row_converters& table); \
   void set_write_rows(row_converters& table); \
   void set_plane_rows(row_converters& table); \
   }

@@ -171,7 +171,8 @@ void interleave_planes(std::int16_t* const* planes, int elnum) {
 /// `table` holds 2 * size + 2 entries.
 walk_axis make_axis(std::uint32_t* table, int size, wrap_kind wrap, std::uint32_t distance) {
   std::uint32_t* place = table + 1;
-  const int period = wrap == WRAP_NONE ? size : wrap == WRAP_REPEAT ? size : 2 * size;
+  // A walk that is turned round at the low end goes on at pixel 1, at the high end at the last pixel once more.
+  const int period = wrap == WRAP_MIRROR ? 2 * size - 1 : size;
   for (int p = 0; p < period; ++p) place[p] = std::uint32_t(p < size ? p + 1 : 2 * size - p) * distance;
   place[-1] = 0;  // the border in front, which is black without wrap
   place[period] = wrap == WRAP_NONE ? 0 : place[0];

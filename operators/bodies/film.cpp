@@ -14,6 +14,10 @@
 #include "operators/bodies/planes.h"
 #include "operators/film_tables.h"
 
+#if defined(__AVX512BW__)
+#include <immintrin.h>
+#endif
+
 namespace tessaron::TESSARON_LEVEL {
 namespace {
 
@@ -50,10 +54,97 @@ struct {
   fix low, range;
 } job;
 
+// Table look-ups. Compilers take vectors apart for them; whole vectors run past n, within the block.
+
+#if defined(__AVX512BW__)
+__m512i* vectors_of(std::int32_t* samples) { return reinterpret_cast<__m512i*>(samples); }
+constexpr int WORDS = 16;
+
+// The unmasked form begins with an undefined value, of which compilers warn.
+__m512i gathered(__m512i index, const void* table) {
+  return _mm512_mask_i32gather_epi32(__m512i{}, 0xffff, index, table, 4);
+}
+
+/// In whole vectors: what is loaded as one must have been stored as one.
+void widen(const std::int16_t* plane, std::int32_t* samples, int n) {
+  int i = 0;
+  for (; i + WORDS <= n; i += WORDS)
+    _mm512_store_si512(samples + i, _mm512_maskz_cvtepi16_epi32(
+                                        0xffff, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(plane + i))));
+  const __mmask16 left = __mmask16((1u << (n - i)) - 1);
+  if (left)
+    _mm512_store_si512(samples + i, _mm512_maskz_cvtepi16_epi32(left, _mm256_maskz_loadu_epi16(left, plane + i)));
+}
+
+void respond(std::int32_t* samples, int n) {
+  const __m512i most = _mm512_set1_epi32(FIX_ONE);
+  for (__m512i* v = vectors_of(samples); v < vectors_of(samples) + (n + WORDS - 1) / WORDS; ++v) {
+    const __m512i index = _mm512_maskz_min_epi32(0xffff, _mm512_maskz_max_epi32(0xffff, *v, __m512i{}), most);
+    *v = gathered(index, job.response);
+  }
+}
+
+/// hash4 of 16 words.
+__m512i hashes(__m512i v) {
+  const __m512i low_byte = _mm512_set1_epi32(255);
+  for (int step = 0; step < 4; ++step)
+    v = _mm512_add_epi32(_mm512_maskz_srli_epi32(0xffff, v, 8), gathered(_mm512_and_epi32(v, low_byte), hash_table));
+  return v;
+}
+void random_words(std::uint32_t counter, std::uint32_t* words) {
+  const __m512i lanes = _mm512_setr_epi32(0, 4, 8, 12, 16, 20, 24, 28, 32, 36, 40, 44, 48, 52, 56, 60);
+  for (int i = 0; i < BLOCK / 4; i += WORDS)
+    _mm512_store_si512(words + i,
+                       hashes(_mm512_add_epi32(lanes, _mm512_set1_epi32(std::int32_t(counter + 4u * unsigned(i))))));
+}
+
+/// The amount of grain by sample: the table's 65 entries are four vectors and one more.
+class grain_amounts {
+ public:
+  explicit grain_amounts(const float* table) : last_(_mm512_set1_ps(table[4 * WORDS])) {
+    for (int i = 0; i < 4; ++i) part_[i] = _mm512_loadu_ps(table + i * WORDS);
+  }
+  void of(const std::int32_t* samples, float* amounts, int n) const {
+    const __m512i half = _mm512_set1_epi32(2 * WORDS), end = _mm512_set1_epi32(4 * WORDS);
+    for (int i = 0; i < n; i += WORDS) {
+      const __m512i v = _mm512_maskz_max_epi32(0xffff, _mm512_load_si512(samples + i), __m512i{});
+      const __m512i index = _mm512_maskz_srli_epi32(0xffff, v, 6);
+      const __m512 low = _mm512_permutex2var_ps(part_[0], index, part_[1]);
+      const __m512 high = _mm512_permutex2var_ps(part_[2], index, part_[3]);
+      const __m512 within = _mm512_mask_blend_ps(_mm512_cmpge_epi32_mask(index, half), low, high);
+      _mm512_store_ps(amounts + i, _mm512_mask_blend_ps(_mm512_cmpge_epi32_mask(index, end), within, last_));
+    }
+  }
+
+ private:
+  __m512 part_[4], last_;
+};
+#else
+void widen(const std::int16_t* plane, std::int32_t* samples, int n) {
+  for (int i = 0; i < n; ++i) samples[i] = plane[i];
+}
+
 void respond(std::int32_t* samples, int n) {
   const std::int32_t* response = job.response;
   for (int i = 0; i < n; ++i) samples[i] = response[fix_clamp(samples[i], 0, FIX_ONE)];
 }
+
+void random_words(std::uint32_t counter, std::uint32_t* words) {
+  for (int i = 0; i < BLOCK / 4; ++i) words[i] = hash4(counter + 4u * std::uint32_t(i));
+}
+
+/// The amount of grain by sample.
+class grain_amounts {
+ public:
+  explicit grain_amounts(const float* table) : table_(table) {}
+  void of(const std::int32_t* samples, float* amounts, int n) const {
+    for (int i = 0; i < n; ++i) amounts[i] = table_[fix_clamp(samples[i] >> 6, 0, 64)];
+  }
+
+ private:
+  const float* table_;
+};
+#endif
 
 /// (1 - s) P + (s + b) k L - L P b k / 4096
 void add_glow(std::int32_t* samples, const std::int32_t* light, int n) {
@@ -78,8 +169,8 @@ std::int32_t nearest_of_float(float v) {
 /// Random bytes of the pixels of one row from frame column `column` on, a multiple of 4. Four neighbours share one
 /// chain of hash steps, whose word is their four bytes.
 void random_bytes(std::uint32_t counter, std::uint8_t* bytes) {
-  std::uint32_t words[BLOCK / 4];
-  for (int i = 0; i < BLOCK / 4; ++i) words[i] = hash4(counter + 4u * std::uint32_t(i));
+  alignas(64) std::uint32_t words[BLOCK / 4];
+  random_words(counter, words);
   // The first pixel has the lowest byte.
   if constexpr (std::endian::native == std::endian::little)
     std::memcpy(bytes, words, BLOCK);
@@ -88,9 +179,9 @@ void random_bytes(std::uint32_t counter, std::uint8_t* bytes) {
 }
 
 void grain_of(const std::int32_t* samples, const std::uint8_t* bytes, std::int32_t* grain, int n) {
-  const float* table = job.grain.table;
-  for (int i = 0; i < n; ++i)
-    grain[i] = nearest_of_float(float(bytes[i] * 16 - 2048) * table[fix_clamp(samples[i] >> 6, 0, 64)]);
+  alignas(64) float amounts[BLOCK];
+  grain_amounts(job.grain.table).of(samples, amounts, n);
+  for (int i = 0; i < n; ++i) grain[i] = nearest_of_float(float(bytes[i] * 16 - 2048) * amounts[i]);
 }
 
 fix held(fix v) { return fix_clamp(v, -0x7fff, 0x7fff); }
@@ -108,7 +199,7 @@ void develop_block(std::int64_t offset, int n, std::uint32_t counter, int skippe
   alignas(64) std::int32_t samples[BLOCK], grain[BLOCK];
   alignas(64) std::uint8_t bytes[BLOCK];
   std::int16_t* plane = job.plane + offset;
-  for (int i = 0; i < n; ++i) samples[i] = plane[i];
+  widen(plane, samples, n);
   if (job.response) respond(samples, n);
   if (job.light) add_glow(samples, job.light + offset, n);
   if (job.grain.table) {

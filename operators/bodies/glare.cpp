@@ -138,14 +138,14 @@ void glare(node& n) {
     planes.swap();
   }
   if (abort_pending()) return;
-  // Sizes are of the whole frame; at a lower resolution the same part of it has fewer pixels.
   flare_look look = {.saturation = setting_value(n, SATURATION)};
   look.scale_x = setting_value(n, SIZE, 0) >> reductions;
   look.scale_y = setting_value(n, SIZE, 1) >> reductions;
   look.rotate = setting_value(n, ROTATE);
-  look.pixels_per_unit = display_dims.display_width / 2.0;
   {
     const reduced_work bracket(reductions);
+    // Of the reduced frame, like the sizes: each step makes a glare half as large.
+    look.pixels_per_unit = display_dims.display_width / 2.0;
     spread_grey(planes.now);
     const fix threshold[CHANNELS] = {setting_value(n, THRESHOLD, 0), setting_value(n, THRESHOLD, 1),
                                      setting_value(n, THRESHOLD, 2)};

@@ -31,7 +31,7 @@ void forked_threshold_colours() {
   std::int16_t* __restrict blue_light = threshold_job.dest[2] + slice.first;
   const fix t0 = threshold_job.threshold[0], t1 = threshold_job.threshold[1], t2 = threshold_job.threshold[2];
   const fix stretch = threshold_job.stretch;
-  // In blocks, so that the loop over double precision numbers holds nothing narrower and is vectorised.
+  // In blocks, so that the loop over floats holds nothing narrower and is vectorised.
   constexpr int BLOCK = 64;
   fix counted[BLOCK], sums[BLOCK], q[BLOCK];
   for (std::int64_t at = 0; at < slice.count; at += BLOCK) {
@@ -45,7 +45,8 @@ void forked_threshold_colours() {
       counted[i] = wrap_mul(excess, stretch) & -fix(excess > 0) & -fix(sum > 0);
       sums[i] = sum + fix(sum == 0);
     }
-    for (int i = 0; i < n; ++i) q[i] = truncated_quotient(counted[i], sums[i]);
+    for (int i = 0; i < n; ++i) q[i] = short_quotient(counted[i], sums[i]);
+#pragma GCC ivdep
     for (int i = 0; i < n; ++i) {
       red_light[at + i] = plane_sample(fix_mul(red[at + i], q[i]));
       green_light[at + i] = plane_sample(fix_mul(green[at + i], q[i]));

@@ -13,7 +13,7 @@
 namespace tessaron::TESSARON_LEVEL {
 
 /// One direction of the image that is walked over. Pixel p of the direction lies `place[p]` samples from the image's
-/// start. With wrap p runs through one period, a mirrored one being twice the size, and the period's own place is that
+/// start. With wrap p runs through one period, a mirrored one being twice the size less 1, and the period's own place is that
 /// of 0. Without, -1 and `size` have the place of a black sample, which stands for all that lies beyond.
 struct walk_axis {
   const std::uint32_t* place;

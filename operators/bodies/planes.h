@@ -30,6 +30,14 @@ static inline std::int16_t scaled_sample(std::int32_t v, double factor) {
 /// a / b, truncated; b is above 0. By way of double, which vectorises and is exact for 32 bits.
 static inline fix truncated_quotient(fix a, fix b) { return fix(double(a) / double(b)); }
 
+/// The same for a b of at most 2^18. By way of single precision, at twice the speed: a quotient a little too small,
+/// and what it leaves of a, which is below 2^19 and divided exactly.
+static inline fix short_quotient(fix a, fix b) {
+  const float divisor = float(b);
+  const fix most = fix(float(a) / divisor * (1 - 0x1p-21f));
+  return most + fix(float(a - most * b) / divisor);
+}
+
 }  // namespace
 
 /// Box-filters a plane into the long image and sets long_image_one. Amounts are fix pixels, the half-width

@@ -106,6 +106,7 @@ void plane_sink(node& root, std::int64_t offset, int width) {
 namespace {
 
 /// Rows to the output as they would come back from planes.
+template <sample_range RANGE>
 void output_sink(node& root, std::int64_t offset, int width) {
   const raster_info &view = temp_raster_info, &dest = dest_raster_info;
   const render_info_record& part = render_info;
@@ -117,7 +118,8 @@ void output_sink(node& root, std::int64_t offset, int width) {
   const fix* rows[4] = {};
   for (int e = 0; e < root.elnum; ++e) {
     fix* row = root.rows[e] + (first - x);
-    for (int i = 0; i < count; ++i) row[i] = plane_sample(row[i]);
+    if constexpr (RANGE == sample_range::any)
+      for (int i = 0; i < count; ++i) row[i] = plane_sample(row[i]);
     rows[e] = row;
   }
   pixel_io.write_dest(dest, y, first, count, 1, rows, root.elnum, dest_alpha_mode_for(root.elnum));
@@ -125,8 +127,10 @@ void output_sink(node& root, std::int64_t offset, int width) {
 
 }  // namespace
 
-void finish_by_pixels(node& n, const node_kernel (&row_functions)[5]) {
-  image_process_pixels_loop(n, row_functions, take_output(n) ? output_sink : plane_sink);
+void finish_by_pixels(node& n, const node_kernel (&row_functions)[5], sample_range range) {
+  const row_sink_fn to_output =
+      range == sample_range::plane ? output_sink<sample_range::plane> : output_sink<sample_range::any>;
+  image_process_pixels_loop(n, row_functions, take_output(n) ? to_output : plane_sink);
 }
 
 const mipmap_sinks MIPMAP_SINKS = {nullptr, mipmap_sink<1>, mipmap_sink<2>, mipmap_sink<3>, mipmap_sink<4>};

@@ -18,8 +18,8 @@ constexpr int COORDS_ARG = 1;
 constexpr int U_PLANE = 0, V_PLANE = 1, U_LEVELS = 2, V_LEVELS = 3;
 constexpr int ABORT_ROWS = 16;
 constexpr fix MIN_MODE_FILTER = 8191;  // above it the calmer of a pixel's two sides counts
-// Coordinates beyond this many 1/2048 pixels ask for the last level in any case; differences of two stay in 32 bits.
-constexpr double FARTHEST = (1 << 28) - 1;
+// A step of so many 1/2048 pixels asks for the last level in any case, and sums of such steps stay in 32 bits.
+constexpr std::uint32_t LARGEST_STEP = 1u << 29;
 
 constinit growing_buffer<std::int32_t> u_memory, v_memory;
 
@@ -51,10 +51,8 @@ using store_function = void (*)(std::int16_t*, const fix*, int);
 constexpr store_function STORE_POSITIONS[3] = {store_positions<WRAP_NONE>, store_positions<WRAP_REPEAT>,
                                                store_positions<WRAP_MIRROR>};
 
-inline std::int32_t scaled_coordinate(fix v, double scale) {
-  const double product = double(v) * scale;
-  return nearest_int(product > FARTHEST ? FARTHEST : product < -FARTHEST ? -FARTHEST : product);
-}
+/// Wraps; the steps between neighbours come out right all the same.
+inline std::int32_t scaled_coordinate(fix v, double scale) { return nearest_int(double(v) * scale); }
 
 /// Coordinates of a stretch, into the long images and, as 14-bit positions, into their planes.
 void uv_sink(node& coords, std::int64_t offset, int width) {
@@ -101,7 +99,11 @@ inline std::int16_t half_log(std::int32_t c) {
 
 template <bool MIN>
 inline std::int32_t both_sides(std::int32_t before, std::int32_t here, std::int32_t behind) {
-  const fix a = wrap_abs(here - before), b = wrap_abs(behind - here);
+  const auto step = [](fix from, fix to) {
+    const auto length = std::uint32_t(wrap_abs(wrap_sub(to, from)));
+    return fix(length < LARGEST_STEP ? length : LARGEST_STEP);
+  };
+  const fix a = step(before, here), b = step(here, behind);
   return MIN ? 2 * fix_min(a, b) : a + b;
 }
 

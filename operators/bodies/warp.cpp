@@ -150,7 +150,7 @@ void warp_by(node& n, const node_kernel (&rows)[5], bool relative) {
   }
   if (!prepare_sampling_image(n, wrap_x, wrap_y, false)) return;
   job = {sampler::of_current_image(), view_coordinates()};
-  finish_by_pixels(n, rows);
+  finish_by_pixels(n, rows, sample_range::plane);  // means of the image's samples
 }
 
 }  // namespace
@@ -163,7 +163,7 @@ void warp_filter_image(node& n) {
   const fix wrap_x = setting_value(n, LEVELS_WRAP_ARG, 0), wrap_y = setting_value(n, LEVELS_WRAP_ARG, 1);
   if (!prepare_sampling_image(n, wrap_x, wrap_y, true)) return;
   job = {sampler::of_current_image(), {}};
-  finish_by_pixels(n, WARP_FILTER_ROWS);
+  finish_by_pixels(n, WARP_FILTER_ROWS, sample_range::plane);
 }
 
 }  // namespace tessaron::TESSARON_LEVEL

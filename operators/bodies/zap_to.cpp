@@ -4,6 +4,7 @@
 #include "evaluator/kernels.h"
 #include "evaluator/pixel_loop.h"
 #include "operators/bodies/centroid.h"
+#include "operators/bodies/lightning.h"
 #include "operators/zap_to.h"
 
 namespace tessaron::TESSARON_LEVEL {
@@ -23,6 +24,6 @@ void scan_regions(std::int16_t* plane, int width, int height, region_taker take,
 
 }  // namespace
 
-void zap_to_image(node& n) { draw_zap_to(n, scan_regions); }
+void zap_to_image(node& n) { draw_zap_to(n, scan_regions, LIGHTNING_LOOPS); }
 
 }  // namespace tessaron::TESSARON_LEVEL

@@ -1,6 +1,8 @@
 // Every loop of every instruction-set level against the plain rules.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "host/configuration.h"
 #include "host/converters/row_converters.h"
 #include "reference.h"
@@ -51,6 +53,32 @@ TEST_P(ConverterLevels, every_read_loop_follows_the_rules_at_all_widths) {
             }
             for (int e = 0; e < 4; ++e)
               for (int i = e < n_elements ? width : 0; i <= width; ++i) ASSERT_EQ(rows.row[e][i], GUARD_SAMPLE);
+          }
+}
+
+TEST_P(ConverterLevels, every_texel_loop_gives_what_the_read_loops_give_held_and_interleaved) {
+  constexpr std::int16_t GUARD_TEXEL = 0x5a5a;
+  for (const format_rule& f : FORMATS)
+    for (const int n_elements : {3, 4})
+      for (const bool mix : {false, true})
+        for (const bool lut : {false, true})
+          for (int width = 1; width <= MAX_WIDTH; ++width) {
+            std::vector<std::uint8_t> memory(std::size_t(width) * 8 + 1);
+            for (auto& b : memory) b = std::uint8_t(random());
+            // Above white times above white leaves the range of texels.
+            if (width % 3 == 0) std::fill(memory.begin(), memory.end(), std::uint8_t(0xff));
+            const std::uint8_t* pixels = memory.data() + 1;
+            std::vector<std::int16_t> texels(std::size_t(width) * n_elements + 8, GUARD_TEXEL);
+            loops.read_texels[host_format_slot(f.format)][n_elements - 3][mix][lut](pixels, texels.data(), width);
+            for (int i = 0; i < width; ++i) {
+              const auto expected = read_pixel(f, pixels + i * f.bits / 2, n_elements, mix, lut ? &tables : nullptr);
+              for (int e = 0; e < n_elements; ++e)
+                ASSERT_EQ(texels[std::size_t(i * n_elements + e)], std::min(expected[e], 8191))
+                    << f.name << " to " << n_elements << " mix " << mix << " lut " << lut << " width " << width
+                    << " pixel " << i << " element " << e;
+            }
+            for (std::size_t i = std::size_t(width) * n_elements; i < texels.size(); ++i)
+              ASSERT_EQ(texels[i], GUARD_TEXEL);
           }
 }
 

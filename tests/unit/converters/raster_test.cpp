@@ -154,6 +154,44 @@ TEST(SourceReader, other_formats_are_reported) {
   EXPECT_TRUE(reports.has("No native->fix line conv for ptype 1 = a8")) << reports.all();
 }
 
+/// Columns -3 to 12 of row y of a raster of columns 2 to 8.
+TEST(TexelReader, takes_what_lies_outside_a_raster_as_0) {
+  std::mt19937 random{SEED};
+  for (const format_rule& f : FORMATS)
+    for (const int n_elements : {3, 4})
+      for (const int y : {9, 10, 12, 13}) {
+        test_raster r(f, 7, 3, 2, 10, 5);
+        r.fill_random(random);
+        constexpr int FIRST = -3, LAST = 12;
+        std::vector<std::int16_t> texels(std::size_t(LAST - FIRST + 1) * n_elements, -1);
+        choose_texel_reader(f.format, false, false)(r.info, y, FIRST, LAST, texels.data(), n_elements);
+        for (int x = FIRST; x <= LAST; ++x) {
+          const auto inside =
+              r.holds(x, y) ? read_pixel(f, r.pixel(x, y), n_elements, false, nullptr) : std::array<int, 4>{};
+          for (int e = 0; e < n_elements; ++e)
+            ASSERT_EQ(texels[std::size_t((x - FIRST) * n_elements + e)], inside[e]) << f.name << " " << x << " " << y;
+        }
+      }
+}
+
+TEST(TexelReader, of_a_raster_without_memory_gives_0) {
+  raster_info nothing = {};
+  nothing.width = 4;
+  nothing.height = 2;
+  nothing.x1 = 3;
+  nothing.y1 = 1;
+  nothing.bytes_per_pixel = 8;
+  nothing.bits = 16;
+  std::vector<std::int16_t> texels(16, -1);
+  choose_texel_reader(NATIVE_RGBA16, false, false)(nothing, 1, 0, 3, texels.data(), 4);
+  EXPECT_EQ(texels, std::vector<std::int16_t>(16, 0));
+}
+
+TEST(TexelReader, is_there_for_the_formats_of_hosts_alone) {
+  EXPECT_EQ(choose_texel_reader(1, false, false), nullptr);
+  for (const format_rule& f : FORMATS) EXPECT_NE(choose_texel_reader(f.format, true, true), nullptr);
+}
+
 TEST(DestWriter, worked_values) {
   struct {
     int format, value, field;

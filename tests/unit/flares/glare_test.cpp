@@ -238,7 +238,7 @@ TEST(glare, works_in_every_combination_of_elements) {
   EXPECT_GT(first[0][31 * 100 + 51], 2000);
 }
 
-TEST(glare, looks_the_same_at_less_resolution) {
+TEST(glare, of_twice_the_size_looks_the_same_at_half_the_resolution) {
   const flare_files files(
       "", entry("spot radii 0 0.3 colors 1 1 1 0 0 0\nspot radii 0.4 0.5 0.6 colors 0 0 0 0.5 0.5 0.5 0 0 0"));
   const test_frame f = {.width = 320, .height = 200};
@@ -250,6 +250,7 @@ TEST(glare, looks_the_same_at_less_resolution) {
     const planes_of_result full = glaring(g, f, boxes({{150, 90, 165, 105}}));
     for (const char* res : {"1", "2"}) {
       g.res_factor = res;
+      g.size = *res == '1' ? "[2 2]" : "[4 4]";
       const planes_of_result less = glaring(g, f, boxes({{150, 90, 165, 105}}));
       EXPECT_NEAR(light_of(less[0]) / light_of(full[0]), 1, 0.05) << convolve << " " << res;
       EXPECT_LT(largest_difference(less, full), 600) << convolve << " " << res;

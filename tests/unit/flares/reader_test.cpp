@@ -240,6 +240,7 @@ TEST(flare_reader, tells_of_a_file_that_is_not_there) {
   EXPECT_EQ(load_lens_flares_from_file("/nowhere/t_lensflares.text", table, 1, "Lens:", true), 0);
   EXPECT_TRUE(reports.has("load_lens_flares_from_file: Can't open file /nowhere/t_lensflares.text\n"));
   EXPECT_TRUE(reports.has("Error opening lens flare file: No such file or directory")) << reports.all();
+  EXPECT_EQ(reports.count(), 2u) << reports.all();
 }
 
 TEST(flare_reader, cannot_free_nothing) {

@@ -7,6 +7,7 @@
 #include "evaluator/frame.h"
 #include "evaluator/pixel_loop.h"
 #include "evaluator/workers.h"
+#include "lightning_kit.h"
 #include "operators/bolt_outline.h"
 #include "plain_bolts.h"
 #include "support/report_capture.h"
@@ -16,6 +17,11 @@ namespace tessaron::testing {
 namespace {
 
 constexpr int PLENTY = 1 << 22;
+
+bolt_builder builder_for(const bolt_settings& s, float scale, int most = PLENTY,
+                         const lightning_loops& loops = *all_lightning_loops().back()) {
+  return {s, set_wrinkle_scale(s, scale), most, loops.displace_midpoints};
+}
 
 bolt_settings settings_for(unsigned seed) {
   std::mt19937 random(seed);
@@ -61,10 +67,11 @@ TEST(bolts, are_their_rules_bit_for_bit) {
     const float x1 = float(seed % 7) * 137.25f - 300, y1 = 90.5f - float(seed % 11) * 31.0f;
     // Bolts without a scale are straight; branches would stand too close to count.
     const float scale = seed % 12 == 6 ? 0 : 150.0f + float(seed);
-    const bolt_ptr got =
-        bolt_builder(s, set_wrinkle_scale(s, scale), PLENTY).build(seed * 977u, -210, 40, x1, y1, s.width);
-    ASSERT_TRUE(got);
-    expect_same(*got, plain_maker(s, scale).whole(seed * 977u, -210, 40, x1, y1));
+    for (const lightning_loops* loops : all_lightning_loops()) {
+      const bolt_ptr got = builder_for(s, scale, PLENTY, *loops).build(seed * 977u, -210, 40, x1, y1, s.width);
+      ASSERT_TRUE(got);
+      expect_same(*got, plain_maker(s, scale).whole(seed * 977u, -210, 40, x1, y1));
+    }
     if (HasFatalFailure()) FAIL() << "settings " << seed;
   }
 }
@@ -77,26 +84,26 @@ TEST(bolts, hash_pairs_of_words_as_the_noise_does) {
 TEST(bolts, of_two_pixels_and_less_are_their_two_ends) {
   const bolt_settings s = settings_for(1);
   for (const float length : {0.0f, 0.5f, 2.0f}) {
-    const bolt_ptr b = bolt_builder(s, set_wrinkle_scale(s, length), PLENTY).make_bolt(5, 5, 5 + length, 5, 1);
+    const bolt_ptr b = builder_for(s, length).make_bolt(5, 5, 5 + length, 5, 1);
     ASSERT_EQ(b->n_points, 2);
     EXPECT_EQ(b->points[0].x, 5);
     EXPECT_EQ(b->points[1].x, 5 + length);
     EXPECT_EQ(b->points[1].width, 1);
   }
-  EXPECT_GT(bolt_builder(s, set_wrinkle_scale(s, 2.1f), PLENTY).make_bolt(0, 0, 2.1f, 0, 1)->n_points, 2);
+  EXPECT_GT(builder_for(s, 2.1f).make_bolt(0, 0, 2.1f, 0, 1)->n_points, 2);
 }
 
 TEST(bolts, are_divided_at_most_eleven_times) {
   bolt_settings s = {};
   s.width = 1;
-  const bolt_ptr b = bolt_builder(s, set_wrinkle_scale(s, 1e6f), PLENTY).make_bolt(0, 0, 1e6f, 0, 1);
+  const bolt_ptr b = builder_for(s, 1e6f).make_bolt(0, 0, 1e6f, 0, 1);
   EXPECT_EQ(b->n_points, 2049);
   EXPECT_EQ(b->n_points, MAX_BOLT_POINTS);
 }
 
 TEST(bolts, without_wrinkles_are_straight_and_evenly_divided) {
   bolt_settings s = {};
-  const bolt_ptr b = bolt_builder(s, set_wrinkle_scale(s, 64), PLENTY).make_bolt(0, 0, 64, 0, 1);
+  const bolt_ptr b = builder_for(s, 64).make_bolt(0, 0, 64, 0, 1);
   ASSERT_EQ(b->n_points, 33);
   for (int i = 0; i < 33; ++i) EXPECT_EQ(b->points[i].x, 2.0f * float(i)) << i;
 }
@@ -184,7 +191,7 @@ TEST(branches, belong_to_bolts_two_levels_deep) {
   s.end = 1;
   s.branchiness = 12;
   s.branch_length = 0.7f;
-  const bolt_ptr b = bolt_builder(s, set_wrinkle_scale(s, 500), PLENTY).build(99, 0, 0, 500, 0, 4);
+  const bolt_ptr b = builder_for(s, 500).build(99, 0, 0, 500, 0, 4);
   int deeper = 0;
   for (int i = 0; i < b->n_children; ++i) {
     deeper += b->children[i]->n_children;
@@ -204,8 +211,7 @@ TEST(branches, round_a_fractional_count_up_at_random) {
   s.branchiness = 0.5f;
   constexpr int BOLTS = 400;
   for (int i = 0; i < BOLTS; ++i) {
-    const bolt_ptr b =
-        bolt_builder(s, set_wrinkle_scale(s, 1e6f), PLENTY).build(plain_hash(std::uint32_t(i)), 0, 0, 5000, 0, 4);
+    const bolt_ptr b = builder_for(s, 1e6f).build(plain_hash(std::uint32_t(i)), 0, 0, 5000, 0, 4);
     EXPECT_LE(b->n_children, 1);
     branches += b->n_children;
   }
@@ -219,7 +225,7 @@ TEST(branches, are_left_out_beyond_the_points_that_a_bolt_may_have) {
   s.end = 1;
   s.start = 0;
   constexpr int MOST = 20000;
-  const bolt_ptr b = bolt_builder(s, set_wrinkle_scale(s, 900), MOST).build(5, 0, 0, 900, 0, 5);
+  const bolt_ptr b = builder_for(s, 900, MOST).build(5, 0, 0, 900, 0, 5);
   ASSERT_TRUE(b);
   EXPECT_LE(shown_points(*b), std::size_t(MOST + MAX_BOLT_POINTS));
   EXPECT_GT(shown_points(*b), std::size_t(MOST / 2));
@@ -229,7 +235,7 @@ TEST(branches, end_at_an_abort) {
   bolt_settings s = settings_for(2);
   s.branchiness = 100000;
   abort_requested = 1;
-  const bolt_ptr b = bolt_builder(s, set_wrinkle_scale(s, 900), PLENTY).build(5, 0, 0, 900, 0, 5);
+  const bolt_ptr b = builder_for(s, 900).build(5, 0, 0, 900, 0, 5);
   abort_requested = 0;
   ASSERT_TRUE(b);
   EXPECT_EQ(b->n_children, 0);
@@ -238,7 +244,7 @@ TEST(branches, end_at_an_abort) {
 TEST(branches, of_a_bolt_without_length_or_points_are_none) {
   bolt_settings s = settings_for(2);
   s.branchiness = 10;
-  bolt_builder builder(s, set_wrinkle_scale(s, 10), PLENTY);
+  bolt_builder builder = builder_for(s, 10);
   EXPECT_EQ(builder.build(5, 3, 3, 3, 3, 5)->n_children, 0);
   bolt empty;
   builder.add_branches(empty, 10, 0, 0, 1, 0);
@@ -249,7 +255,7 @@ TEST(ring, is_its_rule_bit_for_bit) {
   abort_requested = 0;
   for (unsigned seed = 0; seed < 40; ++seed) {
     const bolt_settings s = settings_for(seed);
-    const bolt_ptr got = bolt_builder(s, set_wrinkle_scale(s, 300), PLENTY).build(seed, -100, 0, 180, 60, s.width);
+    const bolt_ptr got = builder_for(s, 300).build(seed, -100, 0, 180, 60, s.width);
     const plain_bolt plain = plain_maker(s, 300).whole(seed, -100, 0, 180, 60);
     if (got->shown() < 2) continue;
     std::vector<image_point> ring(std::size_t(2 * got->shown()));
@@ -283,16 +289,17 @@ TEST(ring, passes_points_on_top_of_each_other) {
 TEST(outline, of_a_bolt_without_folds_is_its_ring) {
   const bolt_ptr b = row_of_points(8);
   const image_space space = {100, 50, -1};
-  fill_edge edges[most_edges(8)];
-  ASSERT_EQ(bolt_edges(*b, space, edges), 16u);
+  edge_group groups[groups_of(most_edges(8))];
+  ASSERT_EQ(bolt_edges(*b, space, groups), 16u);
   int along = 0, windings = 0;
   for (int i = 0; i < 16; ++i) {
-    along += edges[i].y0 == edges[i].y1;
-    if (edges[i].y0 != edges[i].y1) windings += edges[i].winding;
-    EXPECT_GE(edges[i].x0, 100);
-    EXPECT_LE(edges[i].x0, 107);
-    EXPECT_GE(edges[i].y0, 49);
-    EXPECT_LE(edges[i].y1, 51);
+    const fill_edge e = groups[0].at(i);
+    along += e.y0 == e.y1;
+    if (e.y0 != e.y1) windings += e.winding;
+    EXPECT_GE(e.x0, 100);
+    EXPECT_LE(e.x0, 107);
+    EXPECT_GE(e.y0, 49);
+    EXPECT_LE(e.y1, 51);
   }
   EXPECT_EQ(along, 14);
   EXPECT_EQ(windings, 0);  // one end of the strip up, the other down
@@ -307,7 +314,7 @@ TEST(draw_bolts, warns_of_a_bolt_with_one_point) {
   std::vector<std::int16_t> plane(1);
   raster_info before = temp_raster_info;
   temp_raster_info.width = temp_raster_info.height = 1;
-  draw_bolts(root, plane.data());
+  draw_bolts(root, plane.data(), *all_lightning_loops()[0]);
   temp_raster_info = before;
   EXPECT_EQ(reports.count(), 1u);
   EXPECT_EQ(reports.severity_of("warning! bolt with 1 point.\n"), REPORT_PLAIN);
@@ -317,7 +324,7 @@ TEST(draw_bolts, does_nothing_on_an_abort) {
   bolt root;
   std::vector<std::int16_t> plane(1, 77);
   abort_requested = 1;
-  draw_bolts(root, plane.data());
+  draw_bolts(root, plane.data(), *all_lightning_loops()[0]);
   abort_requested = 0;
   EXPECT_EQ(plane[0], 77);
 }

@@ -8,7 +8,7 @@
 #include "evaluator/frame.h"
 #include "evaluator/pixel_loop.h"
 #include "evaluator/workers.h"
-#include "operators/edge_fill.h"
+#include "lightning_kit.h"
 #include "unit/operators/plane_kit.h"
 
 namespace tessaron::testing {
@@ -58,11 +58,17 @@ std::vector<fill_edge> edges_of(const std::vector<polygon>& polygons) {
   return edges;
 }
 
-std::vector<std::int16_t> filled(const std::vector<fill_edge>& edges, int width, int height) {
-  std::vector<std::int16_t> plane(std::size_t(width) * std::size_t(height), -5);
-  edge_run run = run_of(edges);
-  fill_edges(plane.data(), width, height, {&run, 1});
-  return plane;
+/// By the loops of all levels, which agree.
+std::vector<std::int16_t> filled(std::span<const fill_edge> edges, int width, int height) {
+  grouped_edges grouped(edges);
+  std::vector<std::int16_t> first;
+  for (const lightning_loops* loops : all_lightning_loops()) {
+    std::vector<std::int16_t> plane(std::size_t(width) * std::size_t(height), -5);
+    fill_edges(plane.data(), width, height, grouped.runs(), *loops);
+    if (first.empty()) first = plane;
+    EXPECT_EQ(plane, first);
+  }
+  return first;
 }
 
 void expect_areas(const std::vector<polygon>& polygons, int width, int height, double tolerance) {
@@ -108,6 +114,16 @@ TEST_F(edge_fill, of_shapes_on_top_of_each_other_is_never_more_than_the_pixel) {
   std::mt19937 random(9);
   for (int i = 0; i < 40; ++i)
     expect_areas({triangle(random, -6, 22), triangle(random, 0, 16), triangle(random, 0, 16)}, 17, 13, 5);
+}
+
+TEST_F(edge_fill, of_shallow_slopes_across_the_sides_is_the_area_in_every_pixel) {
+  std::mt19937 random(13);
+  for (int i = 0; i < 60; ++i) {
+    const float y = float(random() % 1000) / 100, tilt = float(random() % 200) / 100 - 1;
+    expect_areas({{{-40.3f, y}, {55.8f, y + tilt}, {55.8f, y + tilt + 1.7f}, {-40.3f, y + 1.7f}}}, 17, 13, 3);
+    const float x = float(random() % 400) / 100 - 3;
+    expect_areas({{{x, 1.2f}, {x + 4.4f, 1.7f}, {x + 4.4f, 9.3f}, {x, 9.1f}}}, 5, 11, 3);
+  }
 }
 
 TEST_F(edge_fill, takes_shapes_from_far_outside) {
@@ -177,8 +193,11 @@ TEST_F(edge_fill, is_the_same_in_any_order_and_in_any_runs) {
   EXPECT_EQ(filled(edges, 40, 31), wanted);
   std::vector<std::int16_t> plane(wanted.size());
   const std::span<const fill_edge> all = edges;
-  edge_run runs[] = {run_of(all.subspan(11)), run_of({}), run_of(all.first(2)), run_of(all.subspan(2, 9))};
-  fill_edges(plane.data(), 40, 31, runs);
+  grouped_edges parts[] = {grouped_edges(all.subspan(11)), grouped_edges(all.first(2)),
+                           grouped_edges(all.subspan(2, 9))};
+  std::vector<edge_run> runs(1);
+  for (grouped_edges& part : parts) runs.insert(runs.end(), part.runs().begin(), part.runs().end());
+  fill_edges(plane.data(), 40, 31, runs, *all_lightning_loops()[0]);
   EXPECT_EQ(plane, wanted);
 }
 
@@ -201,9 +220,9 @@ TEST(edge_fill_workers, give_the_same_samples_in_any_number) {
 TEST_F(edge_fill, stops_at_an_abort) {
   const std::vector<fill_edge> edges = edges_of({{{0, 0}, {8, 0}, {8, 8}}});
   std::vector<std::int16_t> plane(64, 77);
-  edge_run run = run_of(edges);
+  grouped_edges grouped(edges);
   set_abort_query([] { return 1; });
-  fill_edges(plane.data(), 8, 8, {&run, 1});
+  fill_edges(plane.data(), 8, 8, grouped.runs(), *all_lightning_loops()[0]);
   set_abort_query(nullptr);
   abort_requested = 0;
   EXPECT_EQ(plane, std::vector<std::int16_t>(64, 77));
@@ -229,21 +248,46 @@ TEST(half_row, above_the_image_is_minus_2) {
 
 TEST(edge_runs, reach_from_their_highest_half_row_to_their_lowest) {
   const std::vector<fill_edge> edges = edges_of({{{1, 2.3f}, {5, 7.9f}, {3, 4}}});
-  EXPECT_EQ(run_of(edges).top, 5);
-  EXPECT_EQ(run_of(edges).bottom, 16);
-  EXPECT_EQ(run_of(edges).count, 3);
-  EXPECT_EQ(run_of(edges_of({{{1, -3}, {5, -1}, {3, -2}}})).bottom, -2);
+  grouped_edges grouped(edges);
+  ASSERT_EQ(grouped.runs().size(), 1u);
+  const edge_run run = grouped.runs()[0];
+  EXPECT_EQ(run.top, 5);
+  EXPECT_EQ(run.bottom, 16);
+  EXPECT_EQ(run.left, 1);
+  EXPECT_EQ(run.right, 5);
+  EXPECT_EQ(run.upper, 2.3f);
+  EXPECT_EQ(run.lower, 7.9f);
+  EXPECT_EQ(grouped_edges(edges_of({{{1, -3}, {5, -1}, {3, -2}}})).runs()[0].bottom, -2);
+}
+
+TEST(edge_runs, hold_all_edges_and_fill_up_with_none) {
+  const std::vector<fill_edge> edges = edges_of(std::vector<polygon>(23, {{1, 2}, {5, 7}, {3, 4}}));
+  grouped_edges grouped(edges);
+  ASSERT_EQ(grouped.runs().size(), 2u);  // 69 edges
+  std::size_t i = 0;
+  for (const edge_run& run : grouped.runs())
+    for (const edge_group& g : run.groups)
+      for (int k = 0; k < edge_group::SIZE; ++k, ++i) {
+        const fill_edge e = g.at(k);
+        if (i >= edges.size()) {
+          EXPECT_EQ(e.y0, e.y1);
+        } else {
+          EXPECT_TRUE(e.x0 == edges[i].x0 && e.y0 == edges[i].y0 && e.x1 == edges[i].x1 && e.y1 == edges[i].y1 &&
+                      e.winding == edges[i].winding);
+        }
+      }
+  EXPECT_EQ(i, 80u);
 }
 
 TEST(edge_fill_runs, are_sorted_by_their_tops) {
   const plane_frame frame;
-  std::vector<std::vector<fill_edge>> shapes;
-  for (const float top : {7.0f, -4.0f, 0.6f, 3.3f, 90.0f})
-    shapes.push_back(edges_of({{{1, top}, {4, top + 2}, {2, top + 3}}}));
+  std::vector<grouped_edges> shapes;
   std::vector<edge_run> runs;
-  for (const auto& s : shapes) runs.push_back(run_of(s));
+  for (const float top : {7.0f, -4.0f, 0.6f, 3.3f, 90.0f})
+    shapes.emplace_back(edges_of({{{1, top}, {4, top + 2}, {2, top + 3}}}));
+  for (grouped_edges& s : shapes) runs.push_back(s.runs()[0]);
   std::vector<std::int16_t> plane(100);
-  fill_edges(plane.data(), 10, 10, runs);
+  fill_edges(plane.data(), 10, 10, runs, *all_lightning_loops()[0]);
   for (std::size_t i = 1; i < runs.size(); ++i) EXPECT_LE(runs[i - 1].top, runs[i].top);
   EXPECT_EQ(runs[0].top, -2);
 }

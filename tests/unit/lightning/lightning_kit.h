@@ -4,9 +4,59 @@
 #include <cmath>
 #include <string>
 
+#include "operators/edge_fill.h"
 #include "unit/operators/gradient_kit.h"
 
+namespace tessaron {
+
+namespace level_generic {
+extern const lightning_loops LIGHTNING_LOOPS;
+}
+namespace level_sse41 {
+extern const lightning_loops LIGHTNING_LOOPS;
+}
+namespace level_avx2 {
+extern const lightning_loops LIGHTNING_LOOPS;
+}
+namespace level_avx512 {
+extern const lightning_loops LIGHTNING_LOOPS;
+}
+
+}  // namespace tessaron
+
 namespace tessaron::testing {
+
+/// The loops of every level that this build and the processor offer.
+inline std::vector<const lightning_loops*> all_lightning_loops() {
+  std::vector<const lightning_loops*> all = {&level_generic::LIGHTNING_LOOPS};
+#ifdef TESSARON_HAS_SSE41
+  if (cpu_level_usable(cpu_level::sse41)) all.push_back(&level_sse41::LIGHTNING_LOOPS);
+#endif
+#ifdef TESSARON_HAS_AVX2
+  if (cpu_level_usable(cpu_level::avx2)) all.push_back(&level_avx2::LIGHTNING_LOOPS);
+#endif
+#ifdef TESSARON_HAS_AVX512
+  if (cpu_level_usable(cpu_level::avx512)) all.push_back(&level_avx512::LIGHTNING_LOOPS);
+#endif
+  return all;
+}
+
+/// Edges as the fill takes them.
+class grouped_edges {
+ public:
+  explicit grouped_edges(std::span<const fill_edge> edges)
+      : groups_(groups_of(edges.size())), runs_(runs_of(edges.size())) {
+    edge_writer writer(groups_.data());
+    for (const fill_edge& e : edges) writer.add(e);
+    writer.finish();
+    make_runs(groups_.data(), edges.size(), runs_.data());
+  }
+  std::vector<edge_run>& runs() { return runs_; }
+
+ private:
+  std::vector<edge_group> groups_;
+  std::vector<edge_run> runs_;
+};
 
 /// Arguments of zap as parameters of a definition, so that tests can move them.
 inline constexpr const char* ZAP =

@@ -106,6 +106,27 @@ TEST_F(failing_heap, each_allocation_of_a_plugin_of_many_texts) {
   EXPECT_GT(fail_each(plugin_of_many_texts(), false, 32), 100);
 }
 
+/// An operator whose result is far below what is shown: half of the first layer.
+fake_plugin plugin_beneath(const std::string& call) {
+  return fake_plugin({"(define Under (Source) (rgba_ok)\n dest = (max (* Source 0.5) (- " + call + " 8)))"});
+}
+
+TEST_F(failing_heap, each_allocation_of_an_operator_that_keeps_lists) {
+  for (const char* call :
+       {"(paint Source 4 0 1 0.1 1)",
+        "(element_of (drops (element_of Source 0) xy 0.02 [3 3] 0.2 0 [0.05 0.2] [0.1 0.1] 10) 0)",
+        "(zap [-0.8 0] [0.8 0] 0.2 3 [0.5 0.2] 0.2 [0 1] [0.3 0.3] 1 [0.5 0.5] [1 0])",
+        "(zap_from (element_of Source 0) [0.3 0.5] 0.3 5 [0.1 0.4] 0.4 [0 1] [0.5 0.5] 0.5 [0.5 0.4] [3 0.2] [0.1 "
+        "0.5])",
+        "(zap_to (element_of Source 0) [-0.7 0.4] 0.1 [2 1] [0.1 0.4] 0.4 [0 1] 0.5 1 [0.5 0.4] [3 0.2] [0.1 0.5])",
+        "(draw_grid [9 9] [0.1 0.1] [0 0] [2 2] 0.2 0.1 0.02 0 0.4 5 2)"}) {
+    SCOPED_TRACE(call);
+    EXPECT_GT(fail_each(plugin_beneath(call), false, 32), 20);
+    EXPECT_NE(::testing::internal::GetCapturedStderr().find("Not enough memory."), std::string::npos);
+    ::testing::internal::CaptureStderr();
+  }
+}
+
 TEST_F(failing_heap, each_allocation_of_a_custom_plugin) {
   scratch_folder folder;
   const std::string before = ::getenv("TESSARON_CONFIG_DIR");

@@ -15,14 +15,15 @@ struct plain_picture {
   std::function<fix(int, int)> source;
 
   /// -1: black.
-  static int inside(wide p, int size, plain_wrap wrap) {
+  static int inside(wide p, int size, plain_wrap wrap, bool walks = true) {
     if (wrap == plain_wrap::none) return p >= 0 && p < size ? int(p) : -1;
-    const int period = wrap == plain_wrap::repeat ? size : 2 * size;
+    // A walk goes on at -p at the low end, where pixel 0 comes once; a single sample's border repeats it.
+    const int period = wrap == plain_wrap::repeat ? size : walks ? 2 * size - 1 : 2 * size;
     const int q = int((p % period + period) % period);
     return q < size ? q : 2 * size - 1 - q;
   }
-  wide at(wide x, wide y) const {
-    const int i = inside(x, w, wrap_x), j = inside(y, h, wrap_y);
+  wide at(wide x, wide y, bool walks = true) const {
+    const int i = inside(x, w, wrap_x, walks), j = inside(y, h, wrap_y, walks);
     return i < 0 || j < 0 ? 0 : std::clamp(source(i, j), -32767, 32767);
   }
   /// Along the longer direction p, across it q.
@@ -104,6 +105,12 @@ struct ends_case {
 constexpr ends_case ENDS[] = {{"[1 1]", 4096, 4096}, {"[1 0]", 4096, 0},         {"[0.25 1]", 1024, 4096},
                               {"[0 0]", 0, 0},       {"[1 -0.25]", 4096, -1024}, {"[0.5 0.5]", 2048, 2048}};
 
+TEST(plain_picture, mirrors_a_walk_at_the_low_end_as_minus_p_and_at_the_high_end_as_twice_the_size_less_p_and_1) {
+  const int places[] = {3, 2, 1, 0, 1, 2, 3, 3, 2, 1, 0, 1};  // from -3 on, of 4 pixels
+  for (int i = 0; i < int(std::size(places)); ++i)
+    EXPECT_EQ(plain_picture::inside(i - 3, 4, plain_wrap::mirror), places[i]) << i - 3;
+}
+
 TEST(blur_warp, is_the_weighed_mean_along_each_pixels_line) {
   int turn = 0;
   for (const picture_size size : SIZES)
@@ -147,8 +154,8 @@ TEST(blur_warp, is_the_weighed_mean_along_each_pixels_line) {
             if (!plain_frame::wrapped(px, wx) || !plain_frame::wrapped(py, wy)) return 0;
             px = plain_frame::pixels(px, size.width), py = plain_frame::pixels(py, size.height);
             const wide fx = px & 4095, fy = py & 4095, fxy = (fx * fy) >> 12, i = px >> 12, j = py >> 12;
-            const wide v = ((4096 - fx - fy + fxy) * image.at(i, j) + (fx - fxy) * image.at(i + 1, j) +
-                            fxy * image.at(i + 1, j + 1) + (fy - fxy) * image.at(i, j + 1)) >>
+            const wide v = ((4096 - fx - fy + fxy) * image.at(i, j, false) + (fx - fxy) * image.at(i + 1, j, false) +
+                            fxy * image.at(i + 1, j + 1, false) + (fy - fxy) * image.at(i, j + 1, false)) >>
                            12;
             return fix((v * settings.scale) >> 12);
           }

@@ -89,10 +89,6 @@ TEST(chroma_table, is_set_once) {
 
 // --- the operator --------------------------------------------------------------------------------------------
 
-wide place_at(wide from, wide to, int step, int n) {
-  return low_word(from * 64 + wide(rounded(double(to - from) * 64 / (n - 1))) * step) >> 6;
-}
-
 /// The whole walk for one sample; `elnum` of the image.
 template <class SAMPLE>
 fix plain_chroma(const std::vector<chroma_step>& table, int elnum, int e, SAMPLE&& sample) {

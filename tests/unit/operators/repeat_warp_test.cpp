@@ -11,11 +11,6 @@ struct repeat_case {
   int n;
 };
 
-/// Coordinates with 6 more bits, from one to the other in n steps.
-wide place_at(wide from, wide to, int step, int n) {
-  return low_word(from * 64 + wide(rounded(double(to - from) * 64 / (n - 1))) * step) >> 6;
-}
-
 fix plain_repeat(const repeat_case& c, const std::function<fix(int step)>& sample) {
   const wide t = c.b0 + c.b1 ? c.b0 + c.b1 : 1;
   const wide w0 = c.b0 * wide(8192) / t, dw = (c.b1 * wide(8192) / t - w0) / (c.n - 1);

@@ -104,6 +104,25 @@ TEST(filtered_warp, takes_its_levels_from_the_coordinates_of_the_neighbours) {
       }
 }
 
+TEST(filtered_warp, takes_its_levels_from_coordinates_however_far_away) {
+  const test_frame f = {.width = 64, .height = 6, .source_channels = MAP_CHANNELS};
+  for (const double far : {300.0, 5000.0, 120000.0}) {  // norm units at the frame's sides
+    definition_renderer r(warp_definition("(warp " + image_of(1) + " " + FIRST_PAIR + " wrap 1)"), f);
+    const auto source = random_picture(f.width, 0, 8000);
+    const auto map = [&](int x, int y, int e) {
+      return fix((e == 0 ? x * 2.0 / 63 - 1 : y * 0.001) * far * 4096 + (x % 3) * 700);
+    };
+    r.set_source(0, source);
+    r.set_source(1, map);
+    r.set_param("wx", {wrap_value(plain_wrap::repeat)});
+    r.set_param("wy", {wrap_value(plain_wrap::mirror)});
+    ASSERT_TRUE(r.render());
+    plain_sampler image(f, plain_wrap::repeat, plain_wrap::mirror, 1, source);
+    plain_uv plain(f, image, false, map);
+    EXPECT_EQ(first_wrong(r, [&](int e, int x, int y) { return plain.sample(e, x, y); }), "") << far;
+  }
+}
+
 TEST(filtered_warp, by_the_screen_coordinates_hands_the_image_on) {
   // An image with planes keeps the warp from dropping out of the tree.
   const test_frame f = {.width = 40, .height = 30};

@@ -23,6 +23,11 @@ inline float wrap_value(plain_wrap w) { return w == plain_wrap::none ? 0.0f : w 
 inline fix low_word(wide v) { return fix(std::uint32_t(std::uint64_t(v))); }
 inline fix rounded(double v) { return low_word(wide(std::nearbyint(v))); }
 
+/// Coordinates of a walk in n steps, which keeps them with 6 more bits.
+inline wide place_at(wide from, wide to, int step, int n) {
+  return low_word(from * 64 + wide(rounded(double(to - from) * 64 / (n - 1))) * step) >> 6;
+}
+
 /// One level: samples, and the border that the wrap rule makes.
 struct plain_level {
   int w = 0, h = 0;

@@ -48,6 +48,7 @@ INSTANTIATE_TEST_SUITE_P(
                       cropped_effect{"grad", "(* [1 1 1] (mag (grad (mag Source) 0.1 1 0)))"},
                       cropped_effect{"edge_detect", "(edge_detect Source 0.1 1 0)"},
                       cropped_effect{"grad_direction", "(grad_direction Source 0.1 0 0)"},
+                      cropped_effect{"paint", "(paint Source 24 0.02 1 0.04 1)"},
                       cropped_effect{"warp", "(warp Source (* xy 0.7) [0 0] 0)"},
                       cropped_effect{"warp_rel", "(warp_rel Source [0.1 0.05] [1 1] 0)"},
                       cropped_effect{"repeat_warp", "(repeat_warp Source xy (* xy 0.8) [1 1] [2 2] 5)"},

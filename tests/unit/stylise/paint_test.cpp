@@ -1,5 +1,6 @@
 // paint: its strokes keep to the image's colours, to their lattice and to their seed.
 #include "operators/paint.h"
+#include "evaluator/bounds.h"
 #include "stylise_kit.h"
 
 namespace tessaron::testing {
@@ -295,6 +296,24 @@ TEST(stylisers, refuse_an_element_count_without_rows) {
   EXPECT_ANY_THROW(n.image_fun(n));
   n.elnum = 2;
   EXPECT_NE(reports.all().find("image_process_pixels_loop: no fun for elnum 1."), std::string::npos) << reports.all();
+}
+
+TEST(paint, asks_for_as_many_pixels_around_as_its_strokes_reach) {
+  const auto reach = [](const std::string& arguments, float pixel_aspect = 1) {
+    definition_renderer r("(define L (Source) () dest = (paint Source " + arguments + "))",
+                          {.width = 80, .height = 40, .pixel_aspect = pixel_aspect});
+    EXPECT_TRUE(r.render());
+    return bounds_of_tree(r.effect(), make_rectangle(0, 0, 79, 39));
+  };
+  // Main strokes lie 4 pixels apart, those of the ground 6.4: half as long as 1.595 and as wide as 1.071 of that, which
+  // is 17.1 pixels. Two more are read between samples and for slopes.
+  EXPECT_EQ(reach("10 0 1 0 1"), make_rectangle(-20, -20, 99, 59));
+  EXPECT_EQ(reach("-10 0 1 0 1"), make_rectangle(-20, -20, 99, 59));
+  // An eighth of the frame's width for each 1.0 of the two blurs.
+  EXPECT_EQ(reach("10 0.125 1 0.25 1"), make_rectangle(-25, -25, 104, 64));
+  EXPECT_EQ(reach("10 0.125 1 0.25 1", 2), make_rectangle(-25, -14, 104, 53));
+  EXPECT_EQ(reach("0 0 1 0 1"), make_rectangle(-2, -2, 81, 41));
+  EXPECT_EQ(reach("x 0 1 0 1"), everything());
 }
 
 }  // namespace
