@@ -39,6 +39,13 @@ void add_params(CLI::App& verb, std::vector<std::string>& params) {
       ->take_all();
 }
 
+void add_inputs(CLI::App& verb, std::vector<std::string>& inputs) {
+  verb.add_option("-i,--input", inputs, "Input image or numbered sequence")
+      ->type_name("[NAME=]IMAGE")
+      ->expected(1)
+      ->take_all();
+}
+
 void add_render(CLI::App& app, render_options& o) {
   CLI::App& verb = *app.add_subcommand("render", "Render an effect over images");
   verb.add_option("EFFECT", o.effect, "Name of the effect");
@@ -46,10 +53,7 @@ void add_render(CLI::App& app, render_options& o) {
   add_config_dir(verb, o.place);
   verb.add_option("-o,--output", o.output, "Image to write, numbered as shot.%04d.png or shot.####.png")
       ->type_name("OUT");
-  verb.add_option("-i,--input", o.inputs, "Input image or numbered sequence")
-      ->type_name("[NAME=]IMAGE")
-      ->expected(1)
-      ->take_all();
+  add_inputs(verb, o.inputs);
   add_params(verb, o.params);
   verb.add_option("--frames", o.frames, "Frames to render: 7, 1-48, 1-48x2, 1-3,7,20-30x5, -3--1 (default: 0)")
       ->type_name("LIST");
@@ -126,10 +130,7 @@ void add_widgets(CLI::App& app, widgets_options& o) {
   add_config_dir(verb, o.place);
   verb.add_option("-o,--output", o.output, "Image to write: the rendered picture with the handles over it")
       ->type_name("OUT");
-  verb.add_option("-i,--input", o.inputs, "Input image or numbered sequence")
-      ->type_name("[NAME=]IMAGE")
-      ->expected(1)
-      ->take_all();
+  add_inputs(verb, o.inputs);
   add_params(verb, o.params);
   verb.add_option("--frame", o.frame, "Frame to show")->type_name("N")->capture_default_str();
   verb.add_option("--size", o.size, "Layer size where there is no input (default: 1920x1080)")->type_name("WxH");

@@ -1,9 +1,11 @@
-// Reads any bytes as a definition, binds it, and renders one 8x8 frame of it with two inputs.
+// Reads any bytes as a definition, binds it, renders one 8x8 frame of it with two inputs, and drags each of its
+// on-screen handles.
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
 #include "hostkit/host_kit.h"
+#include "hostkit/window.h"
 #include "tessaron/host_interface.h"
 
 using namespace tessaron;
@@ -14,6 +16,17 @@ hostkit::image checkered_input() {
   hostkit::image image = hostkit::image::make(8, 8, hostkit::pixel_format::rgba8);
   for (std::size_t i = 0; i < image.data.size(); ++i) image.data[i] = std::uint8_t(i * 37);
   return image;
+}
+
+void drag_handles(hostkit::instance& instance) {
+  hostkit::window_view view;
+  view.width = view.height = 8;
+  static const pf_draw_callbacks DRAWS_NOTHING = {};
+  for (const hostkit::widget_handle& handle : instance.draw_handles(view, &DRAWS_NOTHING).handles) {
+    instance.click(view, handle.at);
+    instance.drag(view, {handle.at.x + 3, handle.at.y - 5});
+    instance.release(view, {handle.at.x - 1, handle.at.y + 2});
+  }
 }
 
 }  // namespace
@@ -34,6 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     request.width = request.height = 8;
     request.inputs = {&input, &input};
     instance.render(request);
+    drag_handles(instance);
   } catch (const hostkit::host_error&) {
     // A definition that does not bind: reported and refused.
   }
