@@ -316,6 +316,8 @@ int end_group(declaration& d, const char*) {
 // -------------------------------------------------------------------------------------------------
 // Widgets
 
+constexpr int LARGEST_WIDGET_NUMBER = 127;
+
 /// Puts a widget entry with nothing set but its names at the head of the param's list.
 widget_entry& add_widget(param& p, const char* type, const char* param_name) {
   widget_entry* w = new widget_entry{};
@@ -378,10 +380,14 @@ int read_widget(declaration& d, const char*) {
     words.next();
   }
   if (words.result != 0) return -1;
-  if (parse_number(words.token, number))
-    w.order = std::int8_t(std::clamp(number, -128.0f, 127.0f));
-  else
+  if (!parse_number(words.token, number)) {
     unread_token(words.token);
+    return 0;
+  }
+  if (number < 0 || number > LARGEST_WIDGET_NUMBER)
+    report(REPORT_WARNING, "%s.%s: widget %s has number %g; numbers are 0 to %d.\n", d.g.name, d.p.name, type,
+           double(number), LARGEST_WIDGET_NUMBER);
+  w.order = std::int8_t(std::clamp(number, -1.0f, float(LARGEST_WIDGET_NUMBER)));
   return 0;
 }
 

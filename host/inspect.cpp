@@ -25,8 +25,8 @@
 #include "host/host_state.h"
 #include "host/named_lists.h"
 #include "host/parameters.h"
-#include "host/widgets/declarations.h"
 #include "host/render_records.h"
+#include "host/widgets/declarations.h"
 #include "installer/custom_listing.h"
 #include "platform/platform.h"
 
@@ -308,6 +308,18 @@ void start_engine() {
   if (!tables_ready) set_tables_and_globals();
 }
 
+namespace {
+
+/// Gathers the widgets of an effect that is a plug-in of its own: the first and only entry of its popup.
+void gather_alone(genotype& g) {
+  for (int k = 0; k < g.n_params; ++k)
+    for (widget_entry* entry = g.params[k]->widgets; entry; entry = entry->next) entry->effect_mask |= 1;
+  widget_numbering numbering = widget_numbering::unknown;
+  gather_widgets(g, numbering);
+}
+
+}  // namespace
+
 genotype* inspect_definition(const definition_text& definition, std::vector<inspected_report>& reports) {
   report_listener listener(reports);
   scratch_globals globals;
@@ -317,8 +329,7 @@ genotype* inspect_definition(const definition_text& definition, std::vector<insp
   try {
     start_engine();
     g = load_effect_from_string(text);
-    widget_numbering numbering = widget_numbering::unknown;
-    if (g) gather_widgets(*g, numbering);
+    if (g) gather_alone(*g);
   } catch (const TessaronAbortException&) {
     g = nullptr;  // its words are among the reports
   }

@@ -162,8 +162,9 @@ bool set_fetched_value(param& p, int channel, double value) {
     const float written = float(v);
     return set_param_value(p, channel, 1, &written) == 1;
   };
-  if (control == host_control::checkbox || control == host_control::popup || control == host_control::named_list)
-    return put(value);
+  if (control == host_control::checkbox) return put(value);
+  if (control == host_control::popup || control == host_control::named_list)
+    return put(std::clamp(value, 0.0, std::max(0.0, def->u.popup.n_choices - 1.0)));
   if (control == host_control::color || control == host_control::none) return false;
 
   // Both ways are straight lines, but not always each other's inverse. A whole number's rounding would bend them.

@@ -243,17 +243,17 @@ void define_binary(fun_registry& r) {
              .pass = pass_quotient,
              .combos = {{ANY_SIZES, binary<power>}}});
 
-  /// 0 for a value of 0 or 1.0, and to base 1.0, where there is no quotient.
+  /// 0 for a value of 1.0 to any base; a quotient that is no number converts like any other.
   struct logarithm {
     static inline fix of(fix a, fix base) {
       const fix v = wrap_abs(a), b = wrap_abs(base);
-      if (v == 0 || v == FIX_ONE || b == FIX_ONE) return 0;
+      if (v == FIX_ONE) return 0;
       return fix_from_double(libm_log(fix_to_float(v)) / libm_log(fix_to_float(b)));
     }
   };
   define(r, {.name = "log",
              .args = {"value", "base"},
-             .doc = "Logarithm of abs(value) to the base abs(base); 0 where there is none.",
+             .doc = "Logarithm of abs(value) to the base abs(base).",
              .cost = 4,
              .fun_class = CLASS_MATH,
              .combos = {{ANY_SIZES, binary<logarithm>}}});

@@ -32,12 +32,18 @@ struct composite_alpha {
   }
 };
 
-/// A front with alpha over any back: a back without alpha is opaque.
+/// Front over back by the front's alpha. A scalar is its own alpha; a back without alpha is opaque.
 void composite_rgba(node& n) {
-  const row_view matte = as_picture(n, 1, 3);
+  const row_view matte = spread(n, 1, 3);
   for (int e = 0; e < 3; ++e)
-    each_sample<composite>(n.rows[e], row_width(n), {as_picture(n, 0, e), as_picture(n, 1, e), matte});
-  each_sample<composite_alpha>(n.rows[3], row_width(n), {as_picture(n, 0, 3), matte});
+    each_sample<composite>(n.rows[e], row_width(n), {spread(n, 0, e), spread(n, 1, e), matte});
+  each_sample<composite_alpha>(n.rows[3], row_width(n), {spread(n, 0, 3), matte});
+}
+
+/// The same for results without alpha.
+void composite_scalar(node& n) {
+  for (int e = 0; e < n.elnum; ++e)
+    each_sample<composite>(n.rows[e], row_width(n), {spread(n, 0, e), spread(n, 1, e), spread(n, 1, e)});
 }
 
 /// The same for two complete pictures, in one pass that reads the matte once.
@@ -56,14 +62,10 @@ void front_alone(node& n) {
   for (int e = 0; e < n.elnum; ++e) copy_row(n.rows[e], as_picture(n, 1, e), row_width(n));
 }
 
-/// What comp_premult sees: two pictures and a matte, which spreads.
-row_view premult_element(const node& n, int a, int e) { return a == 2 ? spread(n, a, e) : as_picture(n, a, e); }
-
 /// Composites by a separate matte; where rgb meets rgba the result is opaque.
 void composite_to_opaque(node& n) {
   for (int e = 0; e < 3; ++e)
-    each_sample<composite>(n.rows[e], row_width(n),
-                           {premult_element(n, 0, e), premult_element(n, 1, e), premult_element(n, 2, e)});
+    each_sample<composite>(n.rows[e], row_width(n), {spread(n, 0, e), spread(n, 1, e), spread(n, 2, e)});
   copy_row(n.rows[3], {OPAQUE_ALPHA, true}, row_width(n));
 }
 
@@ -213,8 +215,7 @@ void define_ternary(fun_registry& r) {
              .args = {"back", "front", "matte"},
              .doc = "Premultiplied front over back by a separate matte.",
              .cost = 2,
-             .combos = {{"4,4,1>4 3,3,1>3 1,3,1>3 3,1,1>3 3,3,3>3 1,1,1>1 1,4,1>4 4,1,1>4",
-                         elementwise<composite, 3, premult_element>},
+             .combos = {{"4,4,1>4 3,3,1>3 1,3,1>3 3,1,1>3 3,3,3>3 1,1,1>1 1,4,1>4 4,1,1>4", ternary<composite>},
                         {"4,3,1>4 3,4,1>4", composite_to_opaque}}});
 
   define(r, {.name = "comp_rgba",
@@ -226,7 +227,9 @@ void define_ternary(fun_registry& r) {
                                                                  : -1; },
              .combos = {{"4,4>4", composite_rgba4},
                         {"3,4>4 1,4>4", composite_rgba},
-                        {"4,3>4 3,3>3 1,3>3 4,1>4 3,1>3 1,1>1", front_alone}}});
+                        {"4,3>4 3,3>3 1,3>3", front_alone},
+                        {"4,1>4", composite_rgba},
+                        {"3,1>3 1,1>1", composite_scalar}}});
   define(r, {.name = "comp_rgba1",
              .args = {"back", "front"},
              .doc = "As comp_rgba; a front without alpha stands for the whole node.",

@@ -16,8 +16,8 @@ namespace {
 constexpr float NOWHERE = -10000;
 constexpr float PICK_SCALE_X = 1, PICK_SCALE_Y = 1;
 
-/// How far beside a handle the mouse may be, in the widgets' coordinates.
-float pick_margin() { return std::hypot(PICK_SCALE_X, PICK_SCALE_Y) * gfx_matrix_scale(); }
+/// How far beside a handle the mouse may be, in the widgets' coordinates: the pick scales, taken back like the mouse.
+float pick_margin() { return gfx_from_window(std::hypot(PICK_SCALE_X, PICK_SCALE_Y)); }
 
 /// Brings a widget up to date; false where it can't be seen.
 bool ready_to_show(widget& w) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -236,6 +237,16 @@ void gathering::finish() {
   list_.clear();  // the genotype owns them now
 }
 
+/// Whether two widgets have a part of one name on parameters of one name.
+bool share_a_part(const genotype& g, const widget_declaration& w, const genotype& other_g,
+                  const widget_declaration& other) {
+  for (const widget_part& own : std::span(w.parts, std::size_t(w.n_parts)))
+    for (const widget_part& its : std::span(other.parts, std::size_t(other.n_parts)))
+      if (same(own.name, its.name) && same(g.params[own.param_index]->name, other_g.params[its.param_index]->name))
+        return true;
+  return false;
+}
+
 }  // namespace
 
 void gather_widgets(genotype& g, widget_numbering& numbering) {
@@ -269,12 +280,6 @@ param* enable_of_widget(const genotype& g, const widget_declaration& w) {
   return switched->enable_param;
 }
 
-const widget_declaration* widget_of_enable(const genotype& g, int host_index) {
-  for (int i = 0; i < g.n_widgets; ++i)
-    if (g.widgets[i].enable_param && g.widgets[i].enable_param->host_index == host_index) return &g.widgets[i];
-  return nullptr;
-}
-
 const char* widget_shown_name(const widget_declaration& w) { return w.enable_name ? w.enable_name : "unnamed"; }
 
 void start_enable_placement(genotype& g) {
@@ -298,9 +303,8 @@ void share_enable_places() {
   const auto counterpart = [&](const genotype& g, const widget_declaration& w) -> const param* {
     for (int i = 0; i < first->n_widgets; ++i) {
       const widget_declaration& other = first->widgets[i];
-      if (other.enable_param && same(other.type_name, w.type_name) && other.instance == w.instance && w.n_parts > 0 &&
-          other.n_parts > 0 &&
-          same(g.params[w.parts[0].param_index]->name, first->params[other.parts[0].param_index]->name))
+      if (other.enable_param && same(other.type_name, w.type_name) && other.instance == w.instance &&
+          share_a_part(g, w, *first, other))
         return other.enable_param;
     }
     return nullptr;

@@ -21,8 +21,6 @@ param* param_of_part(const genotype& g, const widget_part& part);
 const widget_part* part_in_slot(const widget_declaration& w, int slot);
 /// The checkbox that switches a widget: its own, another widget's, or a parameter of the effect. Null: it has none.
 param* enable_of_widget(const genotype& g, const widget_declaration& w);
-/// The widget whose own checkbox is at a host index; null: none.
-const widget_declaration* widget_of_enable(const genotype& g, int host_index);
 /// What the host shows for a widget's checkbox, without the "Show ".
 const char* widget_shown_name(const widget_declaration& w);
 

@@ -85,8 +85,8 @@ void ellipse_widget::add_width_squares(const gfx_look& line) {
     add_size_squares({"width", *width, unit, is_frequency()}, 2, line);
     return;
   }
-  if (x_.usable) add_square("width", {width, 0, unit, is_frequency()}, size_way::ray, 0, line);
-  if (y_.usable) add_square("width", {width, 1, unit, is_frequency()}, size_way::ray, 90, line);
+  add_square("width", {width, 0, unit, is_frequency()}, size_way::ray, 0, line);
+  add_square("width", {width, 1, unit, is_frequency()}, size_way::ray, 90, line);
 }
 
 /// At the left and below, where the width has no squares; a common part that shares them with others at a slant.
@@ -95,29 +95,32 @@ void ellipse_widget::add_rel_squares(const gfx_look& line) {
   param *rel_x = rel_part(ELLIPSE_REL_X), *rel_y = rel_part(ELLIPSE_REL_Y), *rel_xy = rel_part(ELLIPSE_REL_XY);
   const screen_step unit{x_.without_rel(), y_.without_rel()};
   const screen_step common{x_.without_rel_xy(), y_.without_rel_xy()};
-  if (rel_x && x_.usable) add_square("rel_x", {rel_x, 0, unit}, size_way::ray, LEFT, line);
-  if (rel_y && y_.usable) add_square("rel_y", {rel_y, 0, unit}, size_way::ray, BELOW, line);
+  if (rel_x) add_square("rel_x", {rel_x, 0, unit}, size_way::ray, LEFT, line, x_.usable);
+  if (rel_y) add_square("rel_y", {rel_y, 0, unit}, size_way::ray, BELOW, line, y_.usable);
   if (!rel_xy) return;
   if (rel_xy->nchannels > 1 && !rel_x && !rel_y) {
-    if (x_.usable) add_square("rel_xy", {rel_xy, 0, common}, size_way::ray, LEFT, line);
-    if (y_.usable) add_square("rel_xy", {rel_xy, 1, common}, size_way::ray, BELOW, line);
+    add_square("rel_xy", {rel_xy, 0, common}, size_way::ray, LEFT, line, x_.usable);
+    add_square("rel_xy", {rel_xy, 1, common}, size_way::ray, BELOW, line, y_.usable);
     return;
   }
-  if (!x_.usable || !y_.usable) return;
-  if (rel_xy->nchannels == 1) return add_square("rel_xy", {rel_xy, 0, common}, size_way::outline, SLANT, line);
+  const bool shown = x_.usable && y_.usable;
+  if (rel_xy->nchannels == 1) return add_square("rel_xy", {rel_xy, 0, common}, size_way::outline, SLANT, line, shown);
   widget_handle& handle = add_common("rel_xy", {rel_xy}, {x_.half(), y_.half()}, SLANT);
-  handle.primitives.push_back(gfx_square_handle(handle.position, line));
+  if (shown) handle.primitives.push_back(gfx_square_handle(handle.position, line));
 }
 
 void ellipse_widget::add_outlines(const gfx_look& line) {
   param* width = part(ELLIPSE_WIDTH);
   const screen_step half{x_.half(), y_.half()};
-  if (!x_.usable || !y_.usable || !(half.x > 0 || half.y > 0)) return;
-  if (!width || type_has("no_handles")) return add_shape(oval(half, line));
+  const bool usable = x_.usable && y_.usable;
+  if (!width || type_has("no_handles")) {
+    if (usable && (half.x > 0 || half.y > 0)) add_shape(oval(half, line));
+    return;
+  }
   if (width->nchannels == 1)
     return add_outline("width", {width, 0, {x_.without_size(), y_.without_size()}, is_frequency()}, line);
   constexpr double SLANT = 135;
-  add_common("width", {width, 0, {}, is_frequency()}, half, SLANT).primitives.push_back(oval(half, line));
+  add_oval(add_common("width", {width, 0, {}, is_frequency()}, half, SLANT), half, usable, line);
 }
 
 /// A half axis whose partner has no length.

@@ -192,11 +192,11 @@ void glint_widget::add_rings() {
     }
     if (!size && (half.x > 0 || half.y > 0)) add_shape(oval(half, ring));
   }
-  if (!size || !(half.x > 0 || half.y > 0)) return;
+  if (!size) return;
   if (size->nchannels == 1)
     return add_outline("size", {size, 0, is_glow() ? stretched(NO_SLOT, size) : sized(NO_SLOT, size)}, ring);
   constexpr double AT = 202.5;
-  add_common("size", {size}, half, AT).primitives.push_back(oval(half, ring));
+  add_oval(add_common("size", {size}, half, AT), half, true, ring);
 }
 
 void glint_widget::prepare() {

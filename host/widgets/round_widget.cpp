@@ -165,30 +165,28 @@ widget_handle& round_widget::add_size(const char* part_name, const size_part& pa
   return add_handle(part_name, at);
 }
 
-void round_widget::add_square(const char* part_name, const size_part& part, size_way way, double degrees,
-                              gfx_look look) {
+void round_widget::add_square(const char* part_name, const size_part& part, size_way way, double degrees, gfx_look look,
+                              bool shown) {
   widget_handle& handle = add_size(part_name, part, way, degrees, on_oval(absolute(part.unit * part.size()), degrees));
-  handle.primitives.push_back(gfx_square_handle(handle.position, look));
+  if (shown && part.is_usable()) handle.primitives.push_back(gfx_square_handle(handle.position, look));
 }
 
 void round_widget::add_size_squares(const oval_size& size, int sides, gfx_look look) {
   const int channels = size.p.nchannels;
   if (channels == 2) {
-    if (size.part(0).is_usable()) add_square(size.part_name, size.part(0), size_way::ray, 0, look);
-    if (size.part(1).is_usable()) add_square(size.part_name, size.part(1), size_way::ray, 90, look);
+    add_square(size.part_name, size.part(0), size_way::ray, 0, look);
+    add_square(size.part_name, size.part(1), size_way::ray, 90, look);
     return;
   }
   if (channels == 1) {
-    if (!size.part(0).is_usable()) return;
     widget_handle& handle = add_size(size.part_name, size.part(0), size_way::outline, 0, on_oval(size.half(), 0));
-    for (int side = 0; side < sides; ++side)
+    for (int side = 0; side < sides && size.part(0).is_usable(); ++side)
       handle.primitives.push_back(gfx_square_handle(gfx(on_oval(size.half(), side * 90)), look));
     return;
   }
   for (int channel = 0; channel < channels; ++channel) {
     look.color = CHANNEL_COLORS[channel];
-    if (size.part(channel).is_usable())
-      add_square(size.part_name, size.part(channel), size_way::outline, channel * 90, look);
+    add_square(size.part_name, size.part(channel), size_way::outline, channel * 90, look);
   }
 }
 
@@ -197,8 +195,7 @@ void round_widget::add_size_outlines(const oval_size& size, gfx_look look) {
   if (channels == 1) return add_outline(size.part_name, size.part(0), look);
   if (channels == 2) {
     const screen_step half = size.half();
-    if (!size.is_usable() || !(half.x > 0 || half.y > 0)) return;
-    add_common(size.part_name, size.part(0), half, OUTLINE_GRIP_AT).primitives.push_back(oval(half, look));
+    add_oval(add_common(size.part_name, size.part(0), half, OUTLINE_GRIP_AT), half, size.is_usable(), look);
     return;
   }
   for (int channel = 0; channel < channels; ++channel) {
@@ -209,9 +206,12 @@ void round_widget::add_size_outlines(const oval_size& size, gfx_look look) {
 
 void round_widget::add_outline(const char* part_name, const size_part& part, gfx_look look) {
   const screen_step half = absolute(part.unit * part.size());
-  if (!part.is_usable() || !(half.x > 0 || half.y > 0)) return;
-  add_size(part_name, part, size_way::outline, OUTLINE_GRIP_AT, on_oval(half, OUTLINE_GRIP_AT))
-      .primitives.push_back(oval(half, look));
+  widget_handle& handle = add_size(part_name, part, size_way::outline, OUTLINE_GRIP_AT, on_oval(half, OUTLINE_GRIP_AT));
+  add_oval(handle, half, part.is_usable(), look);
+}
+
+void round_widget::add_oval(widget_handle& handle, screen_step half, bool usable, gfx_look look) {
+  if (usable && (half.x > 0 || half.y > 0)) handle.primitives.push_back(oval(half, look));
 }
 
 widget_handle& round_widget::add_common(const char* part_name, const size_part& part, screen_step half,

@@ -81,14 +81,20 @@ class round_widget : public widget {
   void add_middle_mark(gfx_look look);
   /// A handle without shapes for a size; the one above says where it is.
   widget_handle& add_size(const char* part_name, const size_part& part, size_way way, double degrees, layer_point at);
-  /// The same with a square on the oval that the size makes.
-  void add_square(const char* part_name, const size_part& part, size_way way, double degrees, gfx_look look);
+  // A handle that has no shape just now, its size being 0 or none, stays in the list: handles keep their numbers, and
+  // one that is being dragged comes back.
+
+  /// The same with a square on the oval that the size makes; `shown`: whether there is one.
+  void add_square(const char* part_name, const size_part& part, size_way way, double degrees, gfx_look look,
+                  bool shown = true);
   /// The squares of a size: at the right for x and on top for y, one channel has the first `sides` of all four.
   void add_size_squares(const oval_size& size, int sides, gfx_look look);
   /// The outlines, which can be taken hold of everywhere. Added last, they leave all other handles free.
   void add_size_outlines(const oval_size& size, gfx_look look);
   /// The same for a size whose oval others have a say in.
   void add_outline(const char* part_name, const size_part& part, gfx_look look);
+  /// Gives a handle the outline that it stands for, if there is one.
+  void add_oval(widget_handle& handle, screen_step half, bool usable, gfx_look look);
   /// A handle without shapes for both channels of a size, which grow together. `half`: the oval's half axes now.
   widget_handle& add_common(const char* part_name, const size_part& part, screen_step half, double degrees);
   /// An arm along the x axis with a round handle, `length` widths of a pixel away, that turns an angle.

@@ -18,18 +18,12 @@ struct widget_class {
 };
 
 constexpr widget_class CLASSES[] = {
-    {"center", make_center_widget},
-    {"center_radius", make_center_radius_widget},
-    {"radius", make_radius_widget},
-    {"ellipse", make_ellipse_widget},
-    {"glint", make_glint_widget},
-    {"angle", make_angle_widget},
-    {"wipe", make_wipe_widget},
-    {"rect", make_rect_widget},
-    {"rectshift", make_rectshift_widget},
-    {"simple_rect", make_simple_rect_widget},
-    {"rect_c_sz", make_rect_c_sz_widget},
-    {"timeslice", make_timeslice_widget},
+    {"center", make_center_widget},       {"center_radius", make_center_radius_widget},
+    {"radius", make_radius_widget},       {"ellipse", make_ellipse_widget},
+    {"glint", make_glint_widget},         {"angle", make_angle_widget},
+    {"wipe", make_wipe_widget},           {"rect", make_rect_widget},
+    {"rectshift", make_rectshift_widget}, {"simple_rect", make_simple_rect_widget},
+    {"rect_c_sz", make_rect_c_sz_widget}, {"timeslice", make_timeslice_widget},
 };
 
 }  // namespace
@@ -46,7 +40,7 @@ widget::widget(const genotype& g, const widget_declaration& declaration)
   for (int slot = 0; slot < MAX_WIDGET_PARTS; ++slot)
     if (const widget_part* found = part_in_slot(declaration, slot)) {
       param* p = param_of_part(g, *found);
-      if (p && p->host_index >= 1) slots_[std::size_t(slot)] = p;
+      if (p && p->host_index >= 1 && control_of(*p) != host_control::color) slots_[std::size_t(slot)] = p;
     }
 }
 

@@ -47,7 +47,7 @@ class widget {
   int drag_handle = -1;  // being dragged
 
  protected:
-  /// The parameter in a slot; null where the widget hasn't got it or the host doesn't show it.
+  /// The parameter in a slot; null where the widget hasn't got it, the host doesn't show it, or it is a colour.
   param* part(int slot) const { return slots_[std::size_t(slot)]; }
   /// Whether the type's name has a word in it: "green", "pix", "fullsize", ...
   bool type_has(const char* word) const;

@@ -27,9 +27,9 @@ fix composited(fix back, fix front, fix m) {
   if (m < 1) return low32(wide(front) + back);
   return low32(wide(front) + product(back, 4096 - m));
 }
-/// Element of a picture: the alpha of one that has none is 1.0.
+/// Element of a picture: the alpha of rgb is 1.0, a scalar is its own.
 fix picture(const sample_input& in, int a, int e) {
-  if (e == 3 && in.elnum[a] != 4) return 4096;
+  if (e == 3 && in.elnum[a] == 3) return 4096;
   return in.arg[a][in.elnum[a] == 1 ? 0 : e];
 }
 
@@ -45,6 +45,12 @@ void comp_rgba(const sample_input& in, fix out[4]) {
     else
       out[e] = low32(wide(product(picture(in, 0, 3), 4096 - m)) + m);
   }
+}
+
+/// As comp_rgba, but any front without alpha is the result.
+void comp_rgba1(const sample_input& in, fix out[4]) {
+  if (in.elnum[1] == 4) return comp_rgba(in, out);
+  for (int e = 0; e < in.result_elnum; ++e) out[e] = picture(in, 1, e);
 }
 
 /// One element of a branch that may be shorter than the result: 1 spreads, 2 gets blue 0, alpha is 1.0.
@@ -91,7 +97,7 @@ const register_reference COMP_PREMULT("comp_premult", [](const sample_input& in,
   if (in.result_elnum == 4 && (in.elnum[0] == 3 || in.elnum[1] == 3)) out[3] = 4096;
 });
 const register_reference COMP_RGBA("comp_rgba", comp_rgba);
-const register_reference COMP_RGBA1("comp_rgba1", comp_rgba);
+const register_reference COMP_RGBA1("comp_rgba1", comp_rgba1);
 const register_reference IF_POSITIVE("if+", if_positive);
 const register_reference IF_POSITIVE_COERCE("if+_coerce", if_positive);
 const register_reference IF_ABOVE("if>", if_above);
@@ -159,9 +165,9 @@ TEST(ternary, comp_premult_of_rgb_with_rgba_is_opaque) {
   expect_values("comp_premult", {{8, 8, 8}, {4, 4, 4, 4}, {0}}, {12, 12, 12, 4096});
 }
 
-TEST(ternary, comp_premult_takes_a_scalar_as_an_opaque_picture) {
-  // alpha: 1024 + (4096 * 3072 >> 12) = 4096
-  expect_values("comp_premult", {{400}, {100, 100, 100, 1024}, {1024}}, {400, 400, 400, 4096});
+TEST(ternary, comp_premult_spreads_a_scalar_over_all_elements) {
+  // alpha: 1024 + (400 * 3072 >> 12) = 1324
+  expect_values("comp_premult", {{400}, {100, 100, 100, 1024}, {1024}}, {400, 400, 400, 1324});
 }
 
 TEST(ternary, comp_rgba_uses_the_alpha_of_the_front) {
@@ -173,14 +179,21 @@ TEST(ternary, comp_rgba_uses_the_alpha_of_the_front) {
 
 TEST(ternary, comp_rgba_over_a_back_without_alpha_is_opaque) {
   expect_values("comp_rgba", {{1000, 1000, 1000}, {100, 200, 300, 1024}}, {850, 950, 1050, 4096});
-  expect_values("comp_rgba", {{1000}, {100, 200, 300, 0}}, {1100, 1200, 1300, 4096});
+  expect_values("comp_rgba", {{1000, 1000, 1000}, {100, 200, 300, 0}}, {1100, 1200, 1300, 4096});
+}
+
+TEST(ternary, comp_rgba_takes_a_scalar_as_its_own_alpha) {
+  // 410 * 3072 >> 12 is 307, 2048 * 3072 >> 12 is 1536.
+  expect_values("comp_rgba", {{410, 410, 410, 2048}, {1024}}, {1331, 1331, 1331, 2560});
+  expect_values("comp_rgba", {{1024}, {100, 200, 300, 2048}}, {612, 712, 812, 2560});
+  expect_values("comp_rgba", {{410, 410, 410}, {1024}}, {1331, 1331, 1331});
+  expect_values("comp_rgba", {{410}, {1024}}, {1331});
+  expect_values("comp_rgba", {{410}, {0}}, {410});
 }
 
 TEST(ternary, comp_rgba_with_a_front_without_alpha_is_the_front) {
   expect_values("comp_rgba", {{1, 2, 3, 4}, {10, 20, 30}}, {10, 20, 30, 4096});
-  expect_values("comp_rgba", {{1, 2, 3, 4}, {10}}, {10, 10, 10, 4096});
   expect_values("comp_rgba1", {{1, 2, 3, 4}, {10, 20, 30}}, {10, 20, 30});
-  expect_values("comp_rgba", {{1, 2, 3}, {10}}, {10, 10, 10});
   expect_values("comp_rgba1", {{1, 2, 3}, {10}}, {10});
 }
 

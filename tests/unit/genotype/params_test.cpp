@@ -471,6 +471,18 @@ TEST(params, a_bad_widget_number_ends_the_definition) {
   EXPECT_EQ(reports.severity_of("Syntax error reading widget ring enable in A.a: bad number\n"), REPORT_ERROR);
 }
 
+TEST(params, widget_numbers_beyond_their_range_are_reported) {
+  for (const char* number : {"128", "300", "-2"}) {
+    const declared p(std::string("a = 1 (widget ring ") + number + ")");
+    ASSERT_NE(p->widgets, nullptr);
+    EXPECT_EQ(p->widgets->order, *number == '-' ? -1 : 127);
+    EXPECT_EQ(
+        p.reports().severity_of(std::string("A.a: widget ring has number ") + number + "; numbers are 0 to 127.\n"),
+        REPORT_WARNING)
+        << p.reports().all();
+  }
+}
+
 TEST(params, a_pointer_without_a_widget_gets_a_cross) {
   const declared p("a = [1 2] (pointer_set)");
   ASSERT_NE(p->widgets, nullptr);

@@ -69,6 +69,8 @@ TEST_F(fetched_value, points_may_lie_outside_the_frame) {
 TEST_F(fetched_value, popups_and_toggles_take_whole_numbers) {
   declare("a = 1 (popup One Two Three)");
   EXPECT_EQ(written_and_fetched(engine(), 0, 2), 2);
+  EXPECT_EQ(written_and_fetched(engine(), 0, 700), 2);  // the last entry
+  EXPECT_EQ(written_and_fetched(engine(), 0, -3), 0);
   declare("a = 1 (boolean)");
   EXPECT_EQ(written_and_fetched(engine(), 0, 0), 0);
 }

@@ -74,24 +74,25 @@ TEST(WidgetController, HiddenItDrawsNothing) {
   EXPECT_TRUE(host.shapes.empty());
 }
 
-// The margin is the length of the pick scales (1, 1) times the matrix's scale, in pixels of the layer, beside the line's
-// own grip of 3 pixels of the window. The cross has an arm of 9 pixels of the window to the right.
-TEST(WidgetController, PickMarginGrowsWithTheZoom) {
-  for (const double zoom : {1.0, 4.0}) {
+// The margin is the length of the pick scales (1, 1), in pixels of the window, beside the line's own grip of 3. The
+// cross has an arm of 9 pixels of the window to the right.
+TEST(WidgetController, PickMarginIsTheSameAtEveryZoom) {
+  const double reach = 3 + std::sqrt(2.0);
+  for (const double zoom : {0.25, 1.0, 4.0, 32.0}) {
     widget_host host(SPOT, {.zoom = zoom});
-    const double reach = 3 + std::sqrt(2.0) * zoom * zoom;  // pixels of the window below the arm
-    const double x = 320 * zoom + 6, y = 180 * zoom;
+    const double x = 320 * zoom + 9, y = 180 * zoom;
     EXPECT_TRUE(host.click(x, y + reach - 0.1)) << zoom;
-    EXPECT_FALSE(host.click(x + 400, y + reach - 0.1)) << zoom;
-    // The arm downwards is near, so the miss is tried diagonally away from both.
-    EXPECT_FALSE(host.click(320 * zoom + 9 + reach, y + 9 + reach)) << zoom;
+    EXPECT_FALSE(host.click(x, y + reach + 0.1)) << zoom;
+    EXPECT_TRUE(host.click(x + reach - 0.1, y)) << zoom;
+    EXPECT_FALSE(host.click(x + reach + 0.1, y)) << zoom;
   }
 }
 
 TEST(WidgetController, ABrokenStateIsReportedAndTheOthersAreDrawn) {
   widget_host host(
       "(define E () Spot = [360 243] (screen widget simple_cross.center)"
-      " Other = [100 100] (screen widget single_circle.center name Other) dest = (v3 (element_of (+ Spot Other) 0) 0 0))");
+      " Other = [100 100] (screen widget single_circle.center name Other) dest = (v3 (element_of (+ Spot Other) 0) 0 "
+      "0))");
   host.draw();
   const std::size_t all = host.shapes.size();
   controller_of(host).widgets[0]->hot_handle = 7;

@@ -296,6 +296,27 @@ TEST(WidgetCheckboxes, EffectsOfAPluginShareThoseOfTheirSharedParameters) {
   EXPECT_EQ(host.handles[0].n_handles, 0);
 }
 
+TEST(WidgetCheckboxes, SharedPartsMayBeDeclaredInAnyOrder) {
+  const std::string spot = " Spot = [1 2] (shared screen widget center_radius.center)",
+                    reach = " Reach = 3 (shared widget center_radius.radius)",
+                    rest = " dest = (* Source (+ Reach (element_of Spot 0))))";
+  fake_plugin two(
+      {"(define First (Source) ()" + spot + reach + rest, "(define Second (Source) ()" + reach + spot + rest});
+  widget_host host(two);
+  host.control("Effect").u.popup.value = 2;
+  ASSERT_FALSE(host.draw().empty());
+  EXPECT_GT(host.handles[0].enable_index, 0);
+  host.control("Show Spot").u.checkbox.value = 0;
+  host.draw();
+  EXPECT_FALSE(host.handles[0].enabled);
+}
+
+TEST(WidgetCheckboxes, ColoursHaveNoHandle) {
+  widget_host host("(define E () Tint = [1 0 0] (color ignore widget cross.center) dest = x)");
+  ASSERT_EQ(host.draw().size(), 1u);
+  EXPECT_EQ(host.handles[0].n_handles, 0);
+}
+
 TEST(WidgetCheckboxes, WidgetOfOneEffectIsNotShownForAnother) {
   fake_plugin two(
       {"(define First (Source) () Spot = [1 2] (shared screen widget cross.center) dest = (* Source (element_of Spot "

@@ -30,7 +30,7 @@ inline std::ostream& operator<<(std::ostream& out, const widget_view& v) {
 struct shown_handle {
   int widget, handle, n_handles, enable_index;
   std::string type_name, base_type, name, part;
-  bool enabled, visible, hot;
+  bool enabled, visible, hot, can_be_held;
   double x, y;  // pixels of the window
 };
 
@@ -187,8 +187,8 @@ class widget_host : public fake_host {
   }
   static void describe(void* user, const tessaron_widget_handle* h) {
     of(user).handles.push_back({h->widget, h->handle, h->n_handles, h->enable_index, h->type_name, h->base_type,
-                                h->name, h->part, h->enabled != 0, h->visible != 0, h->hot != 0, double(h->x),
-                                double(h->y)});
+                                h->name, h->part, h->enabled != 0, h->visible != 0, h->hot != 0, h->can_be_held != 0,
+                                double(h->x), double(h->y)});
   }
   static std::int32_t show_info(const char* first, const char*) {
     answering_widget_host().info_text = first;
