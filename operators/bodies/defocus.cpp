@@ -61,13 +61,15 @@ float row_factor(int y) {
   return float(FIX_ONE / job.table->sum_rows(rows.above, rows.below));
 }
 
-/// The same for each pixel of the strip from (x, y) on.
-void pixel_factors(int x, int y, float (&factors)[kernel_strip::WIDTH]) {
+/// Whether all rows of the kernel lie over the image.
+bool whole_height(covered_rows rows) { return rows.above + rows.below == 2 * job.table->y_reach(); }
+
+/// The same for each pixel of the strip from column x on.
+void pixel_factors(int x, covered_rows rows, float (&factors)[kernel_strip::WIDTH]) {
   const defocus_table& table = *job.table;
   const int reach = table.x_reach(), last = job.width - 1;
-  const covered_rows rows = rows_covered(y);
   const float* sums = table.column_sums().data();
-  if (rows.above < table.y_reach() || rows.below < table.y_reach()) {
+  if (!whole_height(rows)) {
     float* cut = reinterpret_cast<float*>(worker_memory() + job.strip_bytes);
     table.sum_columns(rows.above, rows.below, cut);
     sums = cut;
@@ -80,6 +82,31 @@ void pixel_factors(int x, int y, float (&factors)[kernel_strip::WIDTH]) {
   }
 }
 
+/// What sums are multiplied by in the strip from column x on, row after row.
+class strip_factors {
+ public:
+  explicit strip_factors(int x) : x_(x), whole_width_(whole_width(x)) {}
+
+  /// Whether all pixels of a row have the same factor.
+  bool same() const { return whole_width_; }
+  /// That of row y.
+  float of_row(int y) const { return row_factor(y); }
+  /// The factors of row y's pixels, until the next call. Most rows have all rows of the kernel, and all these the
+  /// same factors.
+  const float* of_pixels(int y) {
+    const covered_rows rows = rows_covered(y);
+    const bool whole = whole_height(rows);
+    if (!whole || !holds_whole_) pixel_factors(x_, rows, factors_);
+    holds_whole_ = whole;
+    return factors_;
+  }
+
+ private:
+  int x_;
+  bool whole_width_, holds_whole_ = false;
+  alignas(CACHE_LINE) float factors_[kernel_strip::WIDTH];
+};
+
 // --- rows ----------------------------------------------------------------------------------------------------
 
 /// Going down a strip, the processor doesn't guess which rows come next: asks for a part of a row some rows ahead.
@@ -91,11 +118,24 @@ void prefetch_row(const std::int16_t* samples, int count, int y) {
   for (int i = 0; i < count; i += LINE) __builtin_prefetch(samples + i, TO_WRITE);
 }
 
+/// The light of `count` samples, which goes to whole vectors.
+void look_up_light(const std::int16_t* samples, int count, float* light) {
+  const float* const lights = job.lights;
+  int i = 0;
+#if defined(__AVX512BW__)
+  for (; i + VECTOR_LANES <= count; i += VECTOR_LANES) {
+    const __m512i indices = __m512i(widened(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(samples + i))));
+    _mm512_store_ps(light + i, _mm512_mask_i32gather_ps(__m512(), 0xffff, indices, lights, sizeof(float)));
+  }
+#endif
+  for (; i < count; ++i) light[i] = lights[samples[i]];
+}
+
 /// The light of row y, for a strip that begins at column x, with as many columns to either side as the kernel
-/// reaches. Columns and rows beyond the image have none.
+/// reaches, and more up to whole vectors. Columns and rows beyond the image have none.
 void read_light(int x, int y, float* light) {
-  const int reach = job.table->x_reach() + 1;
-  const int first = fix_max(x - reach, 0), end = fix_min(x + kernel_strip::WIDTH + reach, job.width);
+  const int margin = kernel_strip::margin(*job.table);
+  const int first = fix_max(x - margin, 0), end = fix_min(x + kernel_strip::WIDTH + margin, job.width);
   if (y < 0 || y >= job.height) {
     for (int i = first; i < end; ++i) light[i - x] = 0;
     return;
@@ -105,7 +145,7 @@ void read_light(int x, int y, float* light) {
   if (job.linear)
     for (int i = first; i < end; ++i) light[i - x] = float(samples[i]) * (1.0f / FIX_ONE);
   else
-    for (int i = first; i < end; ++i) light[i - x] = job.lights[samples[i]];
+    look_up_light(samples + first, end - first, light + (first - x));
 }
 
 /// Sums as samples; `factor_of` gives the factors of a vector of pixels.
@@ -117,44 +157,45 @@ void convert_sums(const float* sums, std::int16_t* samples, Factor factor_of) {
         curve.of(*reinterpret_cast<const float_vector*>(sums + i) * factor_of(i));
 }
 
-void write_samples(const float* sums, int x, int y) {
+void write_samples(const float* sums, strip_factors& factors, int x, int y) {
   constexpr int WIDTH = kernel_strip::WIDTH;
   std::int16_t* out = job.dest + std::int64_t(y) * job.width + x;
   const int count = fix_min(WIDTH, job.width - x);
   prefetch_row<true>(out, count, y);
-  if (whole_width(x)) {
-    const float factor = row_factor(y);
+  if (factors.same()) {
+    const float factor = factors.of_row(y);
     convert_sums(sums, out, [factor](int) { return factor; });
     return;
   }
-  alignas(CACHE_LINE) float factors[WIDTH];
   std::int16_t samples[WIDTH];
-  pixel_factors(x, y, factors);
-  convert_sums(sums, samples, [&factors](int i) { return *reinterpret_cast<const float_vector*>(factors + i); });
+  const float* const by_pixel = factors.of_pixels(y);
+  convert_sums(sums, samples, [by_pixel](int i) { return *reinterpret_cast<const float_vector*>(by_pixel + i); });
   for (int i = 0; i < count; ++i) out[i] = samples[i];
 }
 
 /// Rows first to end - 1 of the strip at column x. Pairs of rows begin at even rows for every worker, so that sums
-/// are formed in the same order.
+/// are formed in the same order; how pairs are put together makes no difference to it.
 void filter_strip(kernel_strip& strip, int x, int first, int end) {
   const int reach = job.table->y_reach();
   const int start = (first - reach) & ~1;
-  const auto pair_in_image = [](int y) { return y + 1 >= 0 && y < job.height; };
-  const auto read_pair = [&](int y) {
-    if (!pair_in_image(y)) return;
-    for (int row : {0, 1}) read_light(x, y + row, strip.light(row));
+  constexpr int ROWS = kernel_strip::ROWS;
+  const auto in_image = [](int y) { return y + ROWS - 1 >= 0 && y < job.height; };
+  const auto read_rows = [&](int y) {
+    if (!in_image(y)) return;
+    for (int row = 0; row < ROWS; ++row) read_light(x, y + row, strip.light(row));
   };
+  strip_factors factors(x);
   strip.start();
-  read_pair(start);
-  for (int y = start; y - reach < end; y += 2) {
-    if (y % 16 == 0 && stop_requested()) return;
-    // The light of the next pair is read before this one is added: what was just stored is slow to load.
+  read_rows(start);
+  for (int y = start; y - reach < end; y += ROWS) {
+    if ((y - start) % 16 == 0 && stop_requested()) return;
+    // The light of the next rows is read before these are added: what was just stored is slow to load.
     strip.take_light();
-    read_pair(y + 2);
-    if (pair_in_image(y)) strip.add();
-    for (int row : {0, 1}) {
+    read_rows(y + ROWS);
+    if (in_image(y)) strip.add();
+    for (int row = 0; row < ROWS; ++row) {
       const int done = y + row - reach;
-      if (done >= first && done < end) write_samples(strip.finished(row), x, done);
+      if (done >= first && done < end) write_samples(strip.finished(row), factors, x, done);
     }
     strip.advance();
   }
