@@ -62,6 +62,7 @@ struct {
   image_space space;
   edge_group* groups;
   edge_run* runs;
+  const lightning_loops* loops;
 } job;
 
 void forked_outlines() {
@@ -70,8 +71,8 @@ void forked_outlines() {
   for (const outlined* o = job.list + first; o < job.list + first + count; ++o) {
     edge_group* const groups = job.groups + o->groups;
     edge_run* const runs = job.runs + o->runs;
-    const std::size_t edges = bolt_edges(*o->b, job.space, groups);
-    make_runs(groups, edges, runs);
+    const std::size_t edges = job.loops->outline_bolt(*o->b, job.space, groups);
+    job.loops->make_runs(groups, edges, runs);
     std::fill(runs + runs_of(edges), job.runs + o[1].runs, edge_run{});
   }
 }
@@ -147,7 +148,7 @@ void draw_bolts(const bolt& root, std::int16_t* plane, const lightning_loops& lo
   list_outlined(root, list);
   std::vector<edge_run> runs(list.back().runs);
   auto* const groups = reinterpret_cast<edge_group*>(plane_scratch(list.back().groups * sizeof(edge_group)));
-  job = {list.data(), int(list.size()) - 1, image_space_of_view(), groups, runs.data()};
+  job = {list.data(), int(list.size()) - 1, image_space_of_view(), groups, runs.data(), &loops};
   if (job.count > 0) fork_processes(forked_outlines);
   if (abort_pending()) return;
   fill_edges(plane, temp_raster_info.width, temp_raster_info.height, runs, loops);

@@ -13,6 +13,7 @@
 
 #include "evaluator/pixel_loop.h"
 #include "evaluator/workers.h"
+#include "operators/edge_runs.h"
 
 namespace tessaron {
 namespace {
@@ -51,33 +52,7 @@ std::int32_t half_row(float y) {
   return std::int32_t(std::nearbyint(y) + std::nearbyint(y + 0.5f));
 }
 
-void make_runs(const edge_group* groups, std::size_t count, edge_run* runs) {
-  const edge_group* const end = groups + groups_of(count);
-  for (; groups < end; groups += GROUPS_OF_A_RUN, ++runs) {
-    const std::size_t n = std::min<std::size_t>(std::size_t(end - groups), GROUPS_OF_A_RUN);
-    // Lane by lane first.
-    edge_group box = groups[0];
-    for (int k = 0; k < edge_group::SIZE; ++k) {
-      box.x0[k] = std::min(groups[0].x0[k], groups[0].x1[k]);
-      box.x1[k] = std::max(groups[0].x0[k], groups[0].x1[k]);
-    }
-    for (std::size_t g = 1; g < n; ++g)
-      for (int k = 0; k < edge_group::SIZE; ++k) {
-        box.x0[k] = std::min(box.x0[k], std::min(groups[g].x0[k], groups[g].x1[k]));
-        box.x1[k] = std::max(box.x1[k], std::max(groups[g].x0[k], groups[g].x1[k]));
-        box.y0[k] = std::min(box.y0[k], groups[g].y0[k]);
-        box.y1[k] = std::max(box.y1[k], groups[g].y1[k]);
-      }
-    for (int half = edge_group::SIZE / 2; half > 0; half /= 2)
-      for (int k = 0; k < half; ++k) {
-        box.x0[k] = std::min(box.x0[k], box.x0[k + half]);
-        box.x1[k] = std::max(box.x1[k], box.x1[k + half]);
-        box.y0[k] = std::min(box.y0[k], box.y0[k + half]);
-        box.y1[k] = std::max(box.y1[k], box.y1[k + half]);
-      }
-    *runs = {{groups, n}, half_row(box.y0[0]), half_row(box.y1[0]), box.x0[0], box.y0[0], box.x1[0], box.y1[0]};
-  }
-}
+void make_runs(const edge_group* groups, std::size_t count, edge_run* runs) { runs_of_groups(groups, count, runs); }
 
 void fill_edges(std::int16_t* plane, int width, int height, std::span<edge_run> runs, const lightning_loops& loops) {
   if (!runs.empty()) std::qsort(runs.data(), runs.size(), sizeof(edge_run), by_top);

@@ -8,7 +8,10 @@
 
 namespace tessaron {
 
+struct bolt;
+struct edge_group;
 struct edge_run;
+struct image_space;
 
 /// A segment of two pixels isn't divided further.
 inline constexpr float SHORT_BOLT_SQUARED = 4.0f;
@@ -40,6 +43,10 @@ struct fill_band {
 };
 using fill_band_fn = void (*)(const fill_band& band);
 
+/// The edges of one bolt, as bolt_edges, and the runs of edges, as make_runs.
+using outline_bolt_fn = std::size_t (*)(const bolt& b, const image_space& space, edge_group* groups);
+using make_runs_fn = void (*)(const edge_group* groups, std::size_t count, edge_run* runs);
+
 inline constexpr int FILL_BLOCK = 64;   // samples between two of a row's marks
 inline constexpr int FILL_MARGIN = 16;  // entries to either side of a row's sums: places beyond its ends
 constexpr int fill_blocks(int width) { return (width + FILL_BLOCK - 1) / FILL_BLOCK; }
@@ -49,6 +56,8 @@ constexpr std::size_t fill_stride(int width) {
 
 struct lightning_loops {
   displace_midpoints_fn displace_midpoints;
+  outline_bolt_fn outline_bolt;
+  make_runs_fn make_runs;
   fill_band_fn fill;
 };
 

@@ -18,6 +18,12 @@ constexpr int ROWS = 16;                     // that are taken at once, in both 
 constexpr int COLUMNS = 32;                  // that are transposed before the filters go on: a cache line of a row
 constexpr std::size_t RING_BYTES = 8 << 20;  // of a worker; beyond, parts of rows are taken
 
+/// Rows of one image: all of them, or those of a field.
+struct row_set {
+  int first, step, count;
+  std::int64_t offset(int k) const;
+};
+
 constinit struct {
   blur_plan plan;
   const std::int16_t* plane;
@@ -25,6 +31,7 @@ constinit struct {
   std::int16_t* dest;   // where scaled results go instead
   double factor;
   int width, height;
+  row_set rows;  // that are filtered at once
   std::byte* scratch;
   std::size_t worker_bytes;  // of scratch, of which
   std::size_t strip_bytes;   // are the strip's along the rows, the others the ring's along the columns
@@ -32,6 +39,12 @@ constinit struct {
   int reach;                 // rows that a band needs beyond its ends
   int n_tiles;
 } job = {};
+
+std::int64_t row_set::offset(int k) const { return std::int64_t(first + k * step) * job.width; }
+
+/// A picture without fields has all its rows in the first of one.
+int n_fields() { return job.plan.field_mode ? 2 : 1; }
+row_set rows_of_field(int field) { return {field, n_fields(), (job.height - field + n_fields() - 1) / n_fields()}; }
 
 bool stop_requested() { return check_abort() || abort_pending(); }
 
@@ -64,12 +77,6 @@ struct to_plane {
   }
 };
 
-/// Rows of one image: all of them, or those of a field.
-struct row_set {
-  int first, step, count;
-  std::int64_t offset(int k) const { return std::int64_t(first + k * step) * job.width; }
-};
-
 /// Results of the filters along columns x .. end - 1.
 template <class Target>
 struct column_sink {
@@ -100,7 +107,7 @@ struct plane_rows {
   const std::int16_t* row(int y) const {
     if (above && y < first) return above + std::int64_t(y - (first - job.reach)) * job.width;
     if (below && y >= end) return below + std::int64_t(y - end) * job.width;
-    return job.plane + std::int64_t(y) * job.width;
+    return job.plane + job.rows.offset(y);
   }
   /// Asks for columns x .. x + COLUMNS - 1 of some rows, which lie too far apart for the processor to foresee them.
   void ask_for(int y, int n_rows, int x) const {
@@ -116,7 +123,7 @@ void gather_rows(const plane_rows& from, int y, int n_rows, int x, int count, st
   int i = 0;
   if (from.in_place(y, n_rows))
     for (const std::int16_t* corner = from.row(y) + x; i + 8 <= count; i += 8)
-      transpose_to_lanes(corner + i, job.width, strip + i * GROUP_LANES);
+      transpose_to_lanes(corner + i, job.rows.step * job.width, strip + i * GROUP_LANES);
   for (; i < count; i += 8) {
     std::int16_t part[ROWS][8] = {};
     for (int r = 0; r < n_rows; ++r) {
@@ -200,14 +207,13 @@ template <class Source, class Target>
 void forked_tiles() {
   const worker_share tiles = share_of(job.n_tiles);
   const int n_groups = groups_of(job.width);
-  const int step = job.plan.field_mode ? 2 : 1;
   box_cascade cascade;
   for (int tile = tiles.first; tile < tiles.end; ++tile) {
     const int first_group = int(std::int64_t(n_groups) * tile / job.n_tiles);
     const int end_group = int(std::int64_t(n_groups) * (tile + 1) / job.n_tiles);
     const int x = first_group * GROUP_LANES, end = fix_min(end_group * GROUP_LANES, job.width);
-    for (int field = 0; field < step; ++field) {
-      const row_set rows = {field, step, (job.height - field + step - 1) / step};
+    for (int field = 0; field < n_fields(); ++field) {
+      const row_set rows = rows_of_field(field);
       cascade.plan(job.plan.down, job.plan.edge_mode, rows.count, 0, rows.count, ROWS);
       cascade.place(worker_scratch(), end_group - first_group, pitch_of(end_group - first_group));
       const column_sink<Target> sink = {rows, x, end};
@@ -225,7 +231,8 @@ void forked_tiles() {
 // --- both directions at once -----------------------------------------------------------------------------
 
 worker_share band_of(int worker, int n_workers) {
-  return {int(std::int64_t(job.height) * worker / n_workers), int(std::int64_t(job.height) * (worker + 1) / n_workers)};
+  const std::int64_t n_rows = job.rows.count;
+  return {int(n_rows * worker / n_workers), int(n_rows * (worker + 1) / n_workers)};
 }
 
 template <class Target>
@@ -236,7 +243,7 @@ void forked_bands() {
   if (band.first == band.end) return;
   box_cascade across, down;
   prepare_rows(across, worker_scratch());
-  down.plan(job.plan.down, job.plan.edge_mode, job.height, band.first, band.end, ROWS);
+  down.plan(job.plan.down, job.plan.edge_mode, job.rows.count, band.first, band.end, ROWS);
   const int n_groups = groups_of(job.width), pitch = pitch_of(n_groups);
   down.place(worker_scratch() + job.strip_bytes, n_groups, pitch);
 
@@ -246,7 +253,7 @@ void forked_bands() {
     if (worker > 0) from.above = job.saved_rows + (worker - 1) * border;
     if (worker < n_workers - 1) from.below = job.saved_rows + worker * border + border / 2;
   }
-  const column_sink<Target> sink = {{0, 1, job.height}, 0, job.width};
+  const column_sink<Target> sink = {job.rows, 0, job.width};
   const int shift = down.first_shift();
   for (int y = down.begin(); y < down.end() && !stop_requested(); y += ROWS) {
     const int n_rows = fix_min(ROWS, down.end() - y);
@@ -304,12 +311,12 @@ std::size_t ring_bytes(int n_groups) {
 
 /// Whether each worker can filter its band in both directions without too much work done twice.
 bool bands_pay(int n_procs) {
-  if (job.plan.field_mode || ring_bytes(groups_of(job.width)) > RING_BYTES) return false;
+  if (ring_bytes(groups_of(job.width)) > RING_BYTES) return false;
   int reach = 0;
   for (int i = 0; i < job.plan.down.count; ++i) reach += job.plan.down.pass[i].radius_high;
   job.reach = reach;
   // Rows that several workers filter, against what it costs to go through the long image.
-  return std::int64_t(2) * reach * (n_procs - 1) <= job.height / 2;
+  return std::int64_t(2) * reach * (n_procs - 1) <= job.height / n_fields() / 2;
 }
 
 /// Copies the rows that one band's worker reads and another's writes over.
@@ -318,7 +325,7 @@ void save_border_rows(int n_procs) {
   for (int worker = 1; worker < n_procs; ++worker) {
     const int border = band_of(worker, n_procs).first;
     for (int y = border - job.reach; y < border + job.reach; ++y, to += job.width)
-      std::memcpy(to, job.plane + std::int64_t(y) * job.width, std::size_t(job.width) * sizeof *to);
+      std::memcpy(to, job.plane + job.rows.offset(y), std::size_t(job.width) * sizeof *to);
   }
 }
 
@@ -330,11 +337,12 @@ void run_bands(int n_procs) {
   const std::size_t border_bytes = 2 * std::size_t(job.reach) * std::size_t(job.width) * sizeof(std::int16_t);
   job.scratch = plane_scratch(job.worker_bytes * n_procs + (saves ? border_bytes * (n_procs - 1) : 0));
   job.saved_rows = nullptr;
-  if (saves) {
-    job.saved_rows = reinterpret_cast<std::int16_t*>(job.scratch + job.worker_bytes * n_procs);
-    save_border_rows(n_procs);
+  if (saves) job.saved_rows = reinterpret_cast<std::int16_t*>(job.scratch + job.worker_bytes * n_procs);
+  for (int field = 0; field < n_fields() && !abort_pending(); ++field) {
+    job.rows = rows_of_field(field);
+    if (saves) save_border_rows(n_procs);
+    fork_processes(forked_bands<Target>);
   }
-  fork_processes(forked_bands<Target>);
 }
 
 template <class Target>
@@ -384,6 +392,7 @@ void blur_plane(const std::int16_t* plane, fix x_amount, fix y_amount, int edge_
   job.plane = plane;
   job.width = width;
   job.height = height;
+  job.rows = {0, 1, height};
   job.image = get_long_image(width, height);
   run_plan<to_image>();
   if (!abort_pending()) long_image_one = job.plan.one;
@@ -398,6 +407,7 @@ void blur_plane_to_plane(std::int16_t* dest, const std::int16_t* plane, fix scal
   job.factor = double(plane_factor(scale, job.plan.one));
   job.width = width;
   job.height = height;
+  job.rows = {0, 1, height};
   run_plan<to_plane>();
   if (!abort_pending()) long_image_one = job.plan.one;
 }

@@ -54,16 +54,15 @@ struct {
   fix low, range;
 } job;
 
+// Rounding a float to the nearest integer, ties to even: what is added to the bias keeps no fraction.
+constexpr float NEAREST_LIMIT = 65536.0f;
+constexpr float NEAREST_BIAS = 12582912.0f;  // 1.5 * 2^23
+constexpr std::int32_t NEAREST_BIAS_BITS = 0x4b400000;
+
 // Table look-ups. Compilers take vectors apart for them; whole vectors run past n, within the block.
 
 #if defined(__AVX512BW__)
-__m512i* vectors_of(std::int32_t* samples) { return reinterpret_cast<__m512i*>(samples); }
 constexpr int WORDS = 16;
-
-// The unmasked form begins with an undefined value, of which compilers warn.
-__m512i gathered(__m512i index, const void* table) {
-  return _mm512_mask_i32gather_epi32(__m512i{}, 0xffff, index, table, 4);
-}
 
 /// In whole vectors: what is loaded as one must have been stored as one.
 void widen(const std::int16_t* plane, std::int32_t* samples, int n) {
@@ -76,26 +75,52 @@ void widen(const std::int16_t* plane, std::int32_t* samples, int n) {
     _mm512_store_si512(samples + i, _mm512_maskz_cvtepi16_epi32(left, _mm256_maskz_loadu_epi16(left, plane + i)));
 }
 
+/// Indices side by side, the look-ups one by one: the processor's own gathering takes half as long again.
 void respond(std::int32_t* samples, int n) {
   const __m512i most = _mm512_set1_epi32(FIX_ONE);
-  for (__m512i* v = vectors_of(samples); v < vectors_of(samples) + (n + WORDS - 1) / WORDS; ++v) {
-    const __m512i index = _mm512_maskz_min_epi32(0xffff, _mm512_maskz_max_epi32(0xffff, *v, __m512i{}), most);
-    *v = gathered(index, job.response);
+  const std::int32_t* const response = job.response;
+  alignas(64) std::uint16_t indices[BLOCK];
+  for (int i = 0; i < n; i += WORDS) {
+    const __m512i v = _mm512_load_si512(samples + i);
+    const __m512i index = _mm512_maskz_min_epi32(0xffff, _mm512_maskz_max_epi32(0xffff, v, __m512i{}), most);
+    _mm256_store_si256(reinterpret_cast<__m256i*>(indices + i), _mm512_maskz_cvtepi32_epi16(0xffff, index));
+  }
+  for (int i = 0; i < n; i += 4) {
+    std::uint64_t four = 0;
+    std::memcpy(&four, indices + i, sizeof four);
+    for (int k = 0; k < 4; ++k) samples[i + k] = response[four >> 16 * k & 0xffff];
   }
 }
 
-/// hash4 of 16 words.
-__m512i hashes(__m512i v) {
-  const __m512i low_byte = _mm512_set1_epi32(255);
-  for (int step = 0; step < 4; ++step)
-    v = _mm512_add_epi32(_mm512_maskz_srli_epi32(0xffff, v, 8), gathered(_mm512_and_epi32(v, low_byte), hash_table));
-  return v;
-}
+/// Look-ups in the hash table, which takes half of all vector registers.
+class hash_steps {
+ public:
+  hash_steps() {
+    for (int i = 0; i < PARTS; ++i) part_[i] = _mm512_loadu_si512(hash_table + i * WORDS);
+  }
+  /// hash_step of 16 words.
+  __m512i operator()(__m512i v) const {
+    __m512i found[PARTS / 2];
+    for (int i = 0; i < PARTS / 2; ++i) found[i] = _mm512_permutex2var_epi32(part_[2 * i], v, part_[2 * i + 1]);
+    for (int bit = 2 * WORDS, left = PARTS / 4; left > 0; bit *= 2, left /= 2) {
+      const __mmask16 upper = _mm512_test_epi32_mask(v, _mm512_set1_epi32(bit));
+      for (int i = 0; i < left; ++i) found[i] = _mm512_mask_blend_epi32(upper, found[2 * i], found[2 * i + 1]);
+    }
+    return _mm512_add_epi32(_mm512_maskz_srli_epi32(0xffff, v, 8), found[0]);
+  }
+
+ private:
+  static constexpr int PARTS = 256 / WORDS;
+  __m512i part_[PARTS];
+};
+
 void random_words(std::uint32_t counter, std::uint32_t* words) {
   const __m512i lanes = _mm512_setr_epi32(0, 4, 8, 12, 16, 20, 24, 28, 32, 36, 40, 44, 48, 52, 56, 60);
-  for (int i = 0; i < BLOCK / 4; i += WORDS)
-    _mm512_store_si512(words + i,
-                       hashes(_mm512_add_epi32(lanes, _mm512_set1_epi32(std::int32_t(counter + 4u * unsigned(i))))));
+  const hash_steps step;
+  for (int i = 0; i < BLOCK / 4; i += WORDS) {
+    const __m512i v = _mm512_add_epi32(lanes, _mm512_set1_epi32(std::int32_t(counter + 4u * unsigned(i))));
+    _mm512_store_si512(words + i, step(step(step(step(v)))));
+  }
 }
 
 /// The amount of grain by sample: the table's 65 entries are four vectors and one more.
@@ -104,21 +129,40 @@ class grain_amounts {
   explicit grain_amounts(const float* table) : last_(_mm512_set1_ps(table[4 * WORDS])) {
     for (int i = 0; i < 4; ++i) part_[i] = _mm512_loadu_ps(table + i * WORDS);
   }
-  void of(const std::int32_t* samples, float* amounts, int n) const {
+  __m512 operator()(__m512i samples) const {
     const __m512i half = _mm512_set1_epi32(2 * WORDS), end = _mm512_set1_epi32(4 * WORDS);
-    for (int i = 0; i < n; i += WORDS) {
-      const __m512i v = _mm512_maskz_max_epi32(0xffff, _mm512_load_si512(samples + i), __m512i{});
-      const __m512i index = _mm512_maskz_srli_epi32(0xffff, v, 6);
-      const __m512 low = _mm512_permutex2var_ps(part_[0], index, part_[1]);
-      const __m512 high = _mm512_permutex2var_ps(part_[2], index, part_[3]);
-      const __m512 within = _mm512_mask_blend_ps(_mm512_cmpge_epi32_mask(index, half), low, high);
-      _mm512_store_ps(amounts + i, _mm512_mask_blend_ps(_mm512_cmpge_epi32_mask(index, end), within, last_));
-    }
+    const __m512i index = _mm512_maskz_srli_epi32(0xffff, _mm512_maskz_max_epi32(0xffff, samples, __m512i{}), 6);
+    const __m512 low = _mm512_permutex2var_ps(part_[0], index, part_[1]);
+    const __m512 high = _mm512_permutex2var_ps(part_[2], index, part_[3]);
+    const __m512 within = _mm512_mask_blend_ps(_mm512_cmpge_epi32_mask(index, half), low, high);
+    return _mm512_mask_blend_ps(_mm512_cmpge_epi32_mask(index, end), within, last_);
   }
 
  private:
   __m512 part_[4], last_;
 };
+
+/// As nearest_of_float.
+__m512i nearest_of_floats(__m512 v) {
+  // What is no number passes: of two that have no order the second one comes out.
+  const __m512 not_below = _mm512_maskz_max_ps(0xffff, _mm512_set1_ps(-NEAREST_LIMIT), v);
+  const __m512 within = _mm512_maskz_min_ps(0xffff, _mm512_set1_ps(NEAREST_LIMIT), not_below);
+  const __m512i bits = _mm512_castps_si512(_mm512_add_ps(within, _mm512_set1_ps(NEAREST_BIAS)));
+  return _mm512_sub_epi32(bits, _mm512_set1_epi32(NEAREST_BIAS_BITS));
+}
+
+void grain_of(const std::int32_t* samples, const std::uint8_t* bytes, std::int32_t* grain, int n) {
+  const grain_amounts amounts(job.grain.table);
+  for (int i = 0; i < n; i += WORDS) {
+    const __m512i random =
+        _mm512_maskz_cvtepu8_epi32(0xffff, _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i)));
+    const __m512i centred =
+        _mm512_sub_epi32(_mm512_maskz_slli_epi32(0xffff, random, 4), _mm512_set1_epi32(FIX_ONE / 2));
+    const __m512 swing = _mm512_maskz_cvtepi32_ps(0xffff, centred);
+    const __m512 amount = amounts(_mm512_load_si512(samples + i));
+    _mm512_store_si512(grain + i, nearest_of_floats(_mm512_mul_ps(swing, amount)));
+  }
+}
 #else
 void widen(const std::int16_t* plane, std::int32_t* samples, int n) {
   for (int i = 0; i < n; ++i) samples[i] = plane[i];
@@ -133,17 +177,18 @@ void random_words(std::uint32_t counter, std::uint32_t* words) {
   for (int i = 0; i < BLOCK / 4; ++i) words[i] = hash4(counter + 4u * std::uint32_t(i));
 }
 
-/// The amount of grain by sample.
-class grain_amounts {
- public:
-  explicit grain_amounts(const float* table) : table_(table) {}
-  void of(const std::int32_t* samples, float* amounts, int n) const {
-    for (int i = 0; i < n; ++i) amounts[i] = table_[fix_clamp(samples[i] >> 6, 0, 64)];
-  }
+/// Nearest integer of a float, ties to even, held to +-65536.
+std::int32_t nearest_of_float(float v) {
+  const float shifted = (v < -NEAREST_LIMIT ? -NEAREST_LIMIT : v > NEAREST_LIMIT ? NEAREST_LIMIT : v) + NEAREST_BIAS;
+  return std::bit_cast<std::int32_t>(shifted) - NEAREST_BIAS_BITS;
+}
 
- private:
-  const float* table_;
-};
+void grain_of(const std::int32_t* samples, const std::uint8_t* bytes, std::int32_t* grain, int n) {
+  const float* const table = job.grain.table;
+  alignas(64) float amounts[BLOCK];
+  for (int i = 0; i < n; ++i) amounts[i] = table[fix_clamp(samples[i] >> 6, 0, 64)];
+  for (int i = 0; i < n; ++i) grain[i] = nearest_of_float(float(bytes[i] * 16 - FIX_ONE / 2) * amounts[i]);
+}
 #endif
 
 /// (1 - s) P + (s + b) k L - L P b k / 4096
@@ -156,16 +201,6 @@ void add_glow(std::int32_t* samples, const std::int32_t* light, int n) {
   }
 }
 
-/// Nearest integer of a float, ties to even, held to +-65536.
-std::int32_t nearest_of_float(float v) {
-  constexpr float LIMIT = 65536.0f;
-  constexpr float BIAS = 12582912.0f;  // 1.5 * 2^23: what is added to it keeps no fraction
-  const float shifted = (v < -LIMIT ? -LIMIT : v > LIMIT ? LIMIT : v) + BIAS;
-  std::int32_t bits = 0;
-  std::memcpy(&bits, &shifted, sizeof bits);
-  return bits - 0x4b400000;
-}
-
 /// Random bytes of the pixels of one row from frame column `column` on, a multiple of 4. Four neighbours share one
 /// chain of hash steps, whose word is their four bytes.
 void random_bytes(std::uint32_t counter, std::uint8_t* bytes) {
@@ -176,12 +211,6 @@ void random_bytes(std::uint32_t counter, std::uint8_t* bytes) {
     std::memcpy(bytes, words, BLOCK);
   else
     for (int i = 0; i < BLOCK; ++i) bytes[i] = std::uint8_t(words[i / 4] >> 8 * (i % 4));
-}
-
-void grain_of(const std::int32_t* samples, const std::uint8_t* bytes, std::int32_t* grain, int n) {
-  alignas(64) float amounts[BLOCK];
-  grain_amounts(job.grain.table).of(samples, amounts, n);
-  for (int i = 0; i < n; ++i) grain[i] = nearest_of_float(float(bytes[i] * 16 - 2048) * amounts[i]);
 }
 
 fix held(fix v) { return fix_clamp(v, -0x7fff, 0x7fff); }
@@ -197,7 +226,7 @@ void set_levels(std::int32_t* samples, int n) {
 /// `skipped` of its bytes lie in front of it.
 void develop_block(std::int64_t offset, int n, std::uint32_t counter, int skipped) {
   alignas(64) std::int32_t samples[BLOCK], grain[BLOCK];
-  alignas(64) std::uint8_t bytes[BLOCK];
+  alignas(64) std::uint8_t bytes[BLOCK + 16];  // loops read whole vectors from the first byte that is used
   std::int16_t* plane = job.plane + offset;
   widen(plane, samples, n);
   if (job.response) respond(samples, n);

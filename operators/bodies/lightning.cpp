@@ -6,7 +6,7 @@
 
 namespace tessaron::TESSARON_LEVEL {
 
-constinit const lightning_loops LIGHTNING_LOOPS = {displace_midpoints, fill_rows};
+constinit const lightning_loops LIGHTNING_LOOPS = {displace_midpoints, outline_bolt, make_bolt_runs, fill_rows};
 
 void zap_image(node& n) { draw_zap(n, LIGHTNING_LOOPS); }
 void zap_from_image(node& n) { draw_zap_from(n, LIGHTNING_LOOPS); }

@@ -20,10 +20,14 @@ void draw_grid_image(node& n);
 
 /// Midpoints of `count` segments of a block, at most midpoint_block::SIZE.
 void displace_midpoints(const midpoint_shape& shape, midpoint_block& block, int count);
+/// The edges of one bolt, as bolt_edges.
+std::size_t outline_bolt(const bolt& b, const image_space& space, edge_group* groups);
+/// The runs of these edges, as make_runs.
+void make_bolt_runs(const edge_group* groups, std::size_t count, edge_run* runs);
 /// The samples of a band of rows.
 void fill_rows(const fill_band& band);
 
-/// Both, for what draws with them.
+/// All of these, for what draws with them.
 extern const lightning_loops LIGHTNING_LOOPS;
 
 }  // namespace tessaron::TESSARON_LEVEL

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <random>
+#include <vector>
 
 #include "evaluator/frame.h"
 #include "evaluator/pixel_loop.h"
@@ -284,6 +285,41 @@ TEST(ring, passes_points_on_top_of_each_other) {
   image_point ring[12];
   bolt_ring(b, ring);
   for (int i = 0; i < 6; ++i) EXPECT_EQ(ring[i].y, 1) << i;
+}
+
+/// Whether a level's loop makes the very edges of bolt_edges, in their order, with the last group filled up.
+void expect_plain_edges(const bolt& b, const lightning_loops& loops) {
+  const image_space space = {100.5f, 50, -0.9f};
+  const std::size_t most = groups_of(most_edges(b.n_points));
+  std::vector<edge_group> got(most), wanted(most);
+  const std::size_t count = bolt_edges(b, space, wanted.data());
+  ASSERT_EQ(loops.outline_bolt(b, space, got.data()), count);
+  for (std::size_t i = 0; i < groups_of(count) * edge_group::SIZE; ++i) {
+    const int lane = int(i % edge_group::SIZE);
+    const fill_edge e = got[i / edge_group::SIZE].at(lane), w = wanted[i / edge_group::SIZE].at(lane);
+    ASSERT_EQ(e.winding, w.winding) << i << " of " << count;
+    // An edge without height may lie either way round.
+    const bool turned = e.y0 == e.y1 && e.x0 == w.x1 && e.x1 == w.x0;
+    ASSERT_TRUE(turned || (e.x0 == w.x0 && e.x1 == w.x1)) << i << " of " << count;
+    ASSERT_TRUE(e.y0 == w.y0 && e.y1 == w.y1) << i << " of " << count;
+  }
+}
+
+TEST(outline, is_the_same_at_every_level) {
+  abort_requested = 0;
+  for (const lightning_loops* loops : all_lightning_loops()) {
+    for (unsigned seed = 0; seed < 40; ++seed) {
+      const bolt_settings s = settings_for(seed);
+      bolt_builder builder = builder_for(s, 200, PLENTY, *loops);
+      const bolt_ptr b = builder.build(seed, -90, 7, 95, float(seed), s.width);
+      ASSERT_TRUE(b);
+      expect_plain_edges(*b, *loops);
+    }
+    for (const int n : {2, 3, 4, 5, 64, 65, 66, 129, MAX_BOLT_POINTS}) expect_plain_edges(*row_of_points(n), *loops);
+    bolt still;
+    for (const float x : {0.0f, 0.0f, 3.0f, 3.0f, 6.0f}) ASSERT_TRUE(append_point(still, {x, x * x, 4}));
+    expect_plain_edges(still, *loops);
+  }
 }
 
 TEST(outline, of_a_bolt_without_folds_is_its_ring) {
