@@ -105,6 +105,10 @@ bool set_param_length(param& p, int channel, double pixels, bool vertical, plain
   return unit != 0 && write_channel(p, channel, pixels / unit);
 }
 
+bool set_param_width(param& p, double pixels) {
+  return set_param_length(p, 0, param_length(p, 0, false) < 0 ? -pixels : pixels, false);
+}
+
 double unit_length(const param& p, bool vertical, plain_numbers plain) {
   const unit_axes axes = axes_of(p, plain);
   return vertical ? axes.y_scale : axes.x_scale;

@@ -38,6 +38,9 @@ double param_length(param& p, int channel, bool vertical, plain_numbers plain = 
 bool set_param_length(param& p, int channel, double pixels, bool vertical, plain_numbers plain = plain_numbers::norm,
                       double scale = 1);
 
+/// The same along x for a width to both sides: one that is below 0 stays below.
+bool set_param_width(param& p, double pixels);
+
 /// Pixels of a length of 1.
 double unit_length(const param& p, bool vertical, plain_numbers plain = plain_numbers::norm);
 

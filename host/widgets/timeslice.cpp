@@ -34,7 +34,6 @@ class timeslice_widget final : public widget {
   gfx_primitive line_at(double up, gfx_line_style style) const;
   widget_handle& add(moves what, const char* part_name, turned_point at);
   void add_edges();
-  void set_width(double pixels);
   static double arm() { return 0.3 * short_side(); }
 
   std::vector<moves> moved_;  // by handle
@@ -79,12 +78,6 @@ void timeslice_widget::add_edges() {
   }
 }
 
-/// A width below 0 reaches as far as one above, and stays below.
-void timeslice_widget::set_width(double pixels) {
-  param& p = *part(TIMESLICE_SLICE_WIDTH);
-  set_param_length(p, 0, param_length(p, 0, false) < 0 ? -pixels : pixels, false);
-}
-
 void timeslice_widget::prepare() {
   start();
   moved_.clear();
@@ -108,7 +101,8 @@ void timeslice_widget::drag(int handle, float x, float y) {
       return drag_angle(*part(TIMESLICE_ANGLE), axes_middle(), to,
                         std::atan2(line_up(), arm()) * 180 / std::numbers::pi);
     case moves::width:
-      return set_width(2 * std::fabs(up - line_up()));
+      set_param_width(*part(TIMESLICE_SLICE_WIDTH), 2 * std::fabs(up - line_up()));
+      return;
     case moves::offset:
       if (part(TIMESLICE_OFFSET)->nchannels > 1)
         set_param_step(*part(TIMESLICE_OFFSET), to - current_layer_frame().middle());

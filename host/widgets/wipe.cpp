@@ -69,7 +69,6 @@ class wipe_widget final : public widget {
   double amount() const;
   turned_axes axes() const;
   double width(int slot) const { return part(slot) ? std::fabs(param_length(*part(slot), 0, false)) : 0; }
-  void set_width(int slot, double pixels);
   /// How far from the line the softness begins.
   double softness_begin() const { return type_has("with_edge") ? width(WIPE_BORDER_WIDTH) : 0; }
 
@@ -123,12 +122,6 @@ double wipe_widget::amount() const {
 
 turned_axes wipe_widget::axes() const {
   return {current_layer_frame().middle(), part(WIPE_GRAD_ANGLE) ? param_angle(*part(WIPE_GRAD_ANGLE)) : 0};
-}
-
-/// A length below 0 reaches as far as one above, and stays below.
-void wipe_widget::set_width(int slot, double pixels) {
-  param& p = *part(slot);
-  set_param_length(p, 0, param_length(p, 0, false) < 0 ? -pixels : pixels, false);
 }
 
 gfx_primitive wipe_widget::line_at(double along, gfx_line_style style) const {
@@ -208,9 +201,11 @@ void wipe_widget::drag(int handle, float x, float y) {
     case moves::add:
       return add_part().write(share - amount());
     case moves::softness:
-      return set_width(WIPE_EDGE_SOFTNESS, std::max(distance - softness_begin(), 0.0));
+      set_param_width(*part(WIPE_EDGE_SOFTNESS), std::max(distance - softness_begin(), 0.0));
+      return;
     case moves::border:
-      return set_width(WIPE_BORDER_WIDTH, distance);
+      set_param_width(*part(WIPE_BORDER_WIDTH), distance);
+      return;
     case moves::amount:
       return amount_part().write(share - add_part().read());
   }

@@ -6,6 +6,7 @@
 #include "evaluator/pixel_loop.h"
 #include "evaluator/workers.h"
 #include "sample_plugin.h"
+#include "support/worker_count.h"
 
 namespace tessaron {
 namespace {
@@ -18,18 +19,6 @@ const char* const PLAIN = "(define Plain (Source) (rgba_ok) dest = (* Source 0.5
 
 std::int64_t now, step;  // a clock that moves on at each look
 std::int64_t stepping_clock() { return now += step; }
-
-/// The number of threads that render, for as long as this lives.
-struct worker_count {
-  explicit worker_count(int n) {
-    stop_fork_workers();
-    set_processor_override(n);
-  }
-  ~worker_count() {
-    stop_fork_workers();
-    set_processor_override(0);
-  }
-};
 
 struct cancel : ::testing::Test {
   scripted_host host{kind_of_host("unknown")};

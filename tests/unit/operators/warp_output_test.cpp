@@ -4,6 +4,7 @@
 
 #include "evaluator/workers.h"
 #include "tests/support/render_kit.h"
+#include "tests/support/worker_count.h"
 
 namespace tessaron::testing {
 namespace {
@@ -11,17 +12,6 @@ namespace {
 using namespace hostkit;
 
 constexpr int WIDTH = 45, HEIGHT = 31;
-
-struct worker_count {
-  explicit worker_count(int n) {
-    stop_fork_workers();
-    set_processor_override(n);
-  }
-  ~worker_count() {
-    stop_fork_workers();
-    set_processor_override(0);
-  }
-};
 
 frame_result render(const std::string& dest, pixel_format format, const frame_request& wanted) {
   plugin_texts plugin("Warped", {"(define Warped (Source) (rgba_ok) dest = " + dest + ")"});

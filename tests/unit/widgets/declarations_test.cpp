@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "genotype/genotype_reader.h"
+#include "host/inspect.h"
 #include "host/widgets/types.h"
 #include "host/widgets/widget.h"
 #include "support/report_capture.h"
@@ -176,6 +177,19 @@ TEST(WidgetDeclarations, WidgetWithoutItsFirstPartIsReportedWithTheOnesItHas) {
                 "the following parts:");
   expect_report(w.reports, 0, "  'rotate' on param Turn (mask 0)\n");
   expect_report(w.reports, 0, "  'rel_x' on param Wide (mask 0)\n");
+}
+
+TEST(WidgetDeclarations, AnEffectThatIsLookedAtIsTheFirstEntryOfItsPopup) {
+  // As at params setup, so that a host that looks first doesn't report the same fault in two ways.
+  definition_text text;
+  text.name = "Effect";
+  text.text = "(define Effect () Turn = 3 (angle ignore widget ellipse.rotate) dest = x)";
+  std::vector<inspected_report> reports;
+  genotype* g = inspect_definition(text, reports);
+  ASSERT_NE(g, nullptr);
+  free_inspected(g);
+  const auto says = [](const inspected_report& r) { return r.text == "  'rotate' on param Turn (mask 1)\n"; };
+  EXPECT_TRUE(std::any_of(reports.begin(), reports.end(), says));
 }
 
 TEST(WidgetDeclarations, WidgetMayUseAToggleOfTheEffect) {
