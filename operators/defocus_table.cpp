@@ -156,24 +156,6 @@ defocus_table& get_defocus_table() {
   return table;
 }
 
-const float* light_table::prepare(fix gamma) {
-  constexpr int N_MAGNITUDES = 0x8001;  // of 16-bit samples
-  light_.resize(2 * N_MAGNITUDES - 1);
-  float* const middle = light_.data() + N_MAGNITUDES - 1;
-  if (gamma == gamma_) return middle;
-  gamma_ = gamma;
-  for (int i = 0; i < N_MAGNITUDES; ++i) {
-    middle[i] = float(libm_pow(i / 4096.0, gamma / 4096.0));
-    middle[-i] = -middle[i];
-  }
-  return middle;
-}
-
-light_table& get_light_table() {
-  static light_table table;
-  return table;
-}
-
 // -------------------------------------------------------------------------------------------------
 
 namespace {

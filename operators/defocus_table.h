@@ -95,20 +95,6 @@ defocus_inputs defocus_inputs_of(const node& n, int width, int height);
 /// Bounds hook: a pixel asks for as many around it as the radius reaches.
 void bounds_defocus(node& n);
 
-/// The light of each sample: (sample / 4096) ^ gamma, negative for a negative sample, whose light is taken away.
-class light_table {
- public:
-  /// Indexed by sample, -32768 to 32767. Filled unless it was filled for the same exponent.
-  const float* prepare(fix gamma);
-
- private:
-  fix gamma_ = 0;
-  std::vector<float> light_;
-};
-
-/// The engine's table.
-light_table& get_light_table();
-
 /// Exponents beyond these count as these.
 inline constexpr fix LEAST_GAMMA = FIX_ONE / 8, LARGEST_GAMMA = 8 * FIX_ONE;
 

@@ -31,6 +31,22 @@ void forked_copy() {
   if (end > start) std::memcpy(copy_job.dest + start, copy_job.src + start, std::size_t(end - start));
 }
 
+/// Whether a plane that is copied to holds what is still to be copied, when copying goes upwards.
+bool overtakes(std::int16_t* const* dest, std::int16_t* const* src, int count) {
+  for (int e = 1; e < count; ++e)
+    if (std::find(dest, dest + e, src[e]) != dest + e) return true;
+  return false;
+}
+
+/// Copies planes that may be the same ones, moved up or down by some places.
+void copy_planes(std::int16_t* const* dest, std::int16_t* const* src, int count) {
+  const bool downwards = overtakes(dest, src, count);
+  for (int k = 0; k < count; ++k) {
+    const int e = downwards ? count - 1 - k : k;
+    if (dest[e] != src[e]) copy_plane(dest[e], src[e]);
+  }
+}
+
 }  // namespace
 
 template <class T>
@@ -68,8 +84,7 @@ int fetch_image_arg(node& n, int arg, std::int16_t* const* dest_planes) {
   const int count = std::min<int>(image.elnum, max_elnum);
   const bool has_planes = image.kind == KIND_FUNCTION && image.image_count > 0 && !(image.node_flags & NODE_CONSTANT);
   if (has_planes) {
-    for (int e = 0; e < count; ++e)
-      if (dest_planes[e] != image.images[e]) copy_plane(dest_planes[e], image.images[e]);
+    copy_planes(dest_planes, image.images, count);
   } else {
     eval_node_tree_into_planes(image, dest_planes, count);
   }

@@ -156,8 +156,9 @@ void ave_in_matte_image(node& n) {
   check_element_counts(n);
   check_image_planes(n, n.elnum + 1);
   std::int16_t* const matte = n.images[n.elnum];
-  fetch_image_arg(n, MATTE_ARG, &matte);
+  // The image first: its planes may reach into the matte's, which is fetched from elsewhere.
   const int filled = fetch_image_arg(n, IMAGE_ARG, n.images);
+  fetch_image_arg(n, MATTE_ARG, &matte);
   job.matte = matte;
   for (int e = 0; e < filled && !abort_pending(); ++e) replace_by_mean(n.images[e], forked_sum_weighted);
 }

@@ -19,17 +19,16 @@ namespace {
 constexpr int IMAGE = 0, RADIUS = 1, GAMMA = 2, SCALE = 3, SUBPIXEL = 4, SHAPE = 5;
 constexpr int ALPHA = 3;
 
-struct {
+constinit struct {
   const defocus_table* table;
   const std::int16_t* source;
   std::int16_t* dest;
   int width, height;
-  const float* lights;  // by sample
-  bool linear;          // gamma is 1
-  sample_curve curve;
+  light_curve light_of;
+  sample_curve samples_of;
   std::byte* memory;
   std::size_t strip_bytes, column_bytes;  // of one worker
-} job;
+} job = {};
 
 bool stop_requested() { return check_abort() || abort_pending(); }
 
@@ -55,16 +54,13 @@ bool whole_width(int x) {
   return x >= reach && x + kernel_strip::WIDTH - 1 + reach <= job.width - 1;
 }
 
-/// 1 / weight of the covered part, 1.0 for a pixel in full: for all pixels of the row where whole_width() holds.
-float row_factor(int y) {
-  const covered_rows rows = rows_covered(y);
-  return float(FIX_ONE / job.table->sum_rows(rows.above, rows.below));
-}
+/// 1 / weight of the rows that lie over the image, 1.0 for a pixel in full.
+float row_factor(covered_rows rows) { return float(FIX_ONE / job.table->sum_rows(rows.above, rows.below)); }
 
 /// Whether all rows of the kernel lie over the image.
 bool whole_height(covered_rows rows) { return rows.above + rows.below == 2 * job.table->y_reach(); }
 
-/// The same for each pixel of the strip from column x on.
+/// 1 / weight of the covered part for each pixel of the strip from column x on.
 void pixel_factors(int x, covered_rows rows, float (&factors)[kernel_strip::WIDTH]) {
   const defocus_table& table = *job.table;
   const int reach = table.x_reach(), last = job.width - 1;
@@ -74,15 +70,19 @@ void pixel_factors(int x, covered_rows rows, float (&factors)[kernel_strip::WIDT
     table.sum_columns(rows.above, rows.below, cut);
     sums = cut;
   }
+  const float whole = row_factor(rows);
   for (int i = 0; i < kernel_strip::WIDTH; ++i) {
     // Columns of the kernel from the first to the last that the image covers.
     const int column = fix_min(x + i, last);
     const int from = fix_max(reach - column, 0), to = fix_min(reach + last - column, 2 * reach);
-    factors[i] = float(FIX_ONE / (double(sums[to + 1]) - (from > 0 ? double(sums[from]) : 0.0)));
+    factors[i] = from == 0 && to == 2 * reach
+                     ? whole
+                     : float(FIX_ONE / (double(sums[to + 1]) - (from > 0 ? double(sums[from]) : 0.0)));
   }
 }
 
-/// What sums are multiplied by in the strip from column x on, row after row.
+/// What sums are multiplied by in the strip from column x on, row after row. Most rows have all rows of the kernel,
+/// and all these the same factors.
 class strip_factors {
  public:
   explicit strip_factors(int x) : x_(x), whole_width_(whole_width(x)) {}
@@ -90,20 +90,28 @@ class strip_factors {
   /// Whether all pixels of a row have the same factor.
   bool same() const { return whole_width_; }
   /// That of row y.
-  float of_row(int y) const { return row_factor(y); }
-  /// The factors of row y's pixels, until the next call. Most rows have all rows of the kernel, and all these the
-  /// same factors.
+  float of_row(int y) {
+    renew(y, [&](covered_rows rows) { row_factor_ = row_factor(rows); });
+    return row_factor_;
+  }
+  /// The factors of row y's pixels, until the next call.
   const float* of_pixels(int y) {
-    const covered_rows rows = rows_covered(y);
-    const bool whole = whole_height(rows);
-    if (!whole || !holds_whole_) pixel_factors(x_, rows, factors_);
-    holds_whole_ = whole;
+    renew(y, [&](covered_rows rows) { pixel_factors(x_, rows, factors_); });
     return factors_;
   }
 
  private:
+  template <class Compute>
+  void renew(int y, Compute compute) {
+    const covered_rows rows = rows_covered(y);
+    const bool whole = whole_height(rows);
+    if (!whole || !holds_whole_) compute(rows);
+    holds_whole_ = whole;
+  }
+
   int x_;
   bool whole_width_, holds_whole_ = false;
+  float row_factor_ = 0;
   alignas(CACHE_LINE) float factors_[kernel_strip::WIDTH];
 };
 
@@ -118,17 +126,18 @@ void prefetch_row(const std::int16_t* samples, int count, int y) {
   for (int i = 0; i < count; i += LINE) __builtin_prefetch(samples + i, TO_WRITE);
 }
 
-/// The light of `count` samples, which goes to whole vectors.
-void look_up_light(const std::int16_t* samples, int count, float* light) {
-  const float* const lights = job.lights;
+/// The light of `count` samples, which goes to whole vectors: behind the last one there is none.
+void convert_samples(const std::int16_t* samples, int count, float* light) {
+  const light_curve curve = job.light_of;
+  const auto store = [&](int i, const std::int16_t* from) {
+    *reinterpret_cast<float_vector*>(light + i) = curve.of(*reinterpret_cast<const sample_vector*>(from));
+  };
   int i = 0;
-#if defined(__AVX512BW__)
-  for (; i + VECTOR_LANES <= count; i += VECTOR_LANES) {
-    const __m512i indices = __m512i(widened(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(samples + i))));
-    _mm512_store_ps(light + i, _mm512_mask_i32gather_ps(__m512(), 0xffff, indices, lights, sizeof(float)));
-  }
-#endif
-  for (; i < count; ++i) light[i] = lights[samples[i]];
+  for (; i + VECTOR_LANES <= count; i += VECTOR_LANES) store(i, samples + i);
+  if (i == count) return;
+  std::int16_t last[VECTOR_LANES] = {};
+  for (int k = 0; i + k < count; ++k) last[k] = samples[i + k];
+  store(i, last);
 }
 
 /// The light of row y, for a strip that begins at column x, with as many columns to either side as the kernel
@@ -142,16 +151,13 @@ void read_light(int x, int y, float* light) {
   }
   const std::int16_t* samples = job.source + std::int64_t(y) * job.width;
   prefetch_row<false>(samples + first, end - first, y);
-  if (job.linear)
-    for (int i = first; i < end; ++i) light[i - x] = float(samples[i]) * (1.0f / FIX_ONE);
-  else
-    look_up_light(samples + first, end - first, light + (first - x));
+  convert_samples(samples + first, end - first, light + (first - x));
 }
 
 /// Sums as samples; `factor_of` gives the factors of a vector of pixels.
 template <class Factor>
 void convert_sums(const float* sums, std::int16_t* samples, Factor factor_of) {
-  const sample_curve curve = job.curve;
+  const sample_curve curve = job.samples_of;
   for (int i = 0; i < kernel_strip::WIDTH; i += VECTOR_LANES)
     *reinterpret_cast<sample_vector*>(samples + i) =
         curve.of(*reinterpret_cast<const float_vector*>(sums + i) * factor_of(i));
@@ -173,12 +179,12 @@ void write_samples(const float* sums, strip_factors& factors, int x, int y) {
   for (int i = 0; i < count; ++i) out[i] = samples[i];
 }
 
-/// Rows first to end - 1 of the strip at column x. Pairs of rows begin at even rows for every worker, so that sums
-/// are formed in the same order; how pairs are put together makes no difference to it.
+/// Rows first to end - 1 of the strip at column x. The rows that are added at once begin at a multiple of their number
+/// for every worker, so that sums are formed in the same order.
 void filter_strip(kernel_strip& strip, int x, int first, int end) {
   const int reach = job.table->y_reach();
-  const int start = (first - reach) & ~1;
   constexpr int ROWS = kernel_strip::ROWS;
+  const int start = (first - reach) & -ROWS;
   const auto in_image = [](int y) { return y + ROWS - 1 >= 0 && y < job.height; };
   const auto read_rows = [&](int y) {
     if (!in_image(y)) return;
@@ -219,9 +225,8 @@ void defocus_plane(std::int16_t* dest, const std::int16_t* source, const defocus
   job.width = temp_raster_info.width;
   job.height = temp_raster_info.height;
   gamma = fix_clamp(gamma, LEAST_GAMMA, LARGEST_GAMMA);
-  job.lights = get_light_table().prepare(gamma);
-  job.linear = gamma == FIX_ONE;
-  job.curve = sample_curve(gamma, scale);
+  job.light_of = light_curve(gamma);
+  job.samples_of = sample_curve(gamma, scale);
   job.strip_bytes = in_lines(kernel_strip::bytes_needed(table));
   job.column_bytes = in_lines((std::size_t(table.kernel_width()) + 2) * sizeof(float));
   job.memory = plane_scratch((job.strip_bytes + job.column_bytes) * std::size_t(get_n_procs()));
@@ -240,8 +245,9 @@ fix scale_of_element(const node& n, int e) {
 void defocus(node& n) {
   check_image_planes(n, n.elnum + 1);
   settle_args(n, {RADIUS, SHAPE, GAMMA, SCALE, SUBPIXEL});
-  const int n_planes = fetch_image_arg(n, IMAGE, n.images);
-  std::int16_t* const copy = n.images[n.elnum];
+  // The image lies one plane further on than the result, so that each element goes from one plane to another.
+  std::int16_t* const* const sources = n.images + 1;
+  const int n_planes = fetch_image_arg(n, IMAGE, sources);
   defocus_table& table = get_defocus_table();
   table.prepare(defocus_inputs_of(n, temp_raster_info.width, temp_raster_info.height));
   const bool single_pixel = table.kernel_width() == 1 && table.kernel_height() == 1;
@@ -249,11 +255,11 @@ void defocus(node& n) {
   for (int e = 0; e < n_planes && !abort_pending(); ++e) {
     const fix scale = scale_of_element(n, e);
     if (scale == 0 || single_pixel) {
+      copy_plane(n.images[e], sources[e]);
       scale_plane(n.images[e], scale);
-      continue;
+    } else {
+      defocus_plane(n.images[e], sources[e], table, n.args[GAMMA]->const_vals[e], scale);
     }
-    copy_plane(copy, n.images[e]);
-    defocus_plane(n.images[e], copy, table, n.args[GAMMA]->const_vals[e], scale);
   }
 }
 

@@ -216,17 +216,5 @@ TEST(defocus_kernel, is_filled_anew_when_any_input_differs) {
   }
 }
 
-TEST(light, of_samples_is_their_power_with_their_sign) {
-  light_table table;
-  for (const fix gamma : {512, 4096, 9011, 32768}) {
-    const float* light = table.prepare(gamma);
-    for (const int sample : {0, 1, 5, 4096, 8192, 32767}) {
-      const double expected = std::pow(sample / 4096.0, gamma / 4096.0);
-      EXPECT_FLOAT_EQ(light[sample], float(expected)) << gamma;
-      EXPECT_FLOAT_EQ(light[-sample], -float(expected)) << gamma;
-    }
-  }
-}
-
 }  // namespace
 }  // namespace tessaron::testing

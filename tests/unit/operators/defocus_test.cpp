@@ -189,6 +189,30 @@ TEST(defocus, is_as_tall_as_wide_on_pixels_that_are_not_square) {
   }
 }
 
+TEST(defocus, of_what_other_operators_made_is_that_of_their_picture) {
+  const test_frame f = {.width = 50, .height = 30, .source_channels = 4};
+  const auto source = random_picture(50, 0, 4096);
+  const auto definition = [](const std::string& body) { return "(define L (Source) (rgba_ok) " + body + ")"; };
+  const auto picture = [](const planes_of_result& r) {
+    return [&r](int x, int y, int e) { return r[std::size_t(e)][std::size_t(y) * 50 + std::size_t(x)]; };
+  };
+  const std::string arguments = " 0.6 2.2 1 1 0)";
+  for (const char* inner : {"(blur Source 0.1 2 1 1)", "(gamma (blur Source 0.1 2 1 1) 0.8)",
+                            "(max (blur Source 0.1 2 1 1) (blur Source 0.3 3 1 1))", "(defocus Source 0.2 1 1 1 0)"}) {
+    const planes_of_result made = rendered(definition(std::string("dest = ") + inner), f, source);
+    const planes_of_result wanted = rendered(definition("dest = (defocus Source" + arguments), f, picture(made));
+    EXPECT_EQ(first_difference(rendered(definition("dest = (defocus " + (inner + arguments)), f, source), wanted), "")
+        << inner;
+    // Wanted twice, the operator's planes keep their picture.
+    const planes_of_result twice =
+        rendered(definition("made = " + (inner + (" dest = (- (defocus made" + arguments + " made)"))), f, source);
+    ASSERT_EQ(twice.size(), 4u);
+    for (std::size_t e = 0; e < 4; ++e)
+      for (std::size_t i = 0; i < made[e].size(); ++i)
+        ASSERT_EQ(twice[e][i], wanted[e][i] - made[e][i]) << inner << " element " << e << ", sample " << i;
+  }
+}
+
 TEST(defocus, of_an_unknown_shape_warns_and_is_round) {
   const test_frame f = {.width = 40, .height = 30};
   const auto source = random_picture(40, 0, 4096);
