@@ -4,13 +4,17 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/lasting.h"
+
 namespace tessaron {
 
 namespace {
 
 report_sink current_sink = nullptr;  // null: the default one
 location_source current_location = nullptr;
-std::string shared_message;
+std::FILE* note_stream = nullptr;  // null: standard output
+lasting<std::string> message_of_process;
+std::string& shared_message = message_of_process.value;
 
 std::string format_arguments(const char* format, va_list arguments) {
   va_list again;
@@ -30,8 +34,8 @@ void send(int severity, const std::string& text) {
 }  // namespace
 
 const char* severity_label(int severity) {
-  static constexpr const char* LABELS[10] = {"",      "Info",    "Note",  "Info",       "Note", "", "Alert", "Warning",
-                                             "Error", "Fatal Error"};
+  static constexpr const char* LABELS[10] = {"", "Info",  "Note",    "Info",  "Note",
+                                             "", "Alert", "Warning", "Error", "Fatal Error"};
   return LABELS[severity >= 0 && severity <= 9 ? severity : int(REPORT_WARNING)];
 }
 
@@ -66,6 +70,15 @@ void set_location_source(location_source source) { current_location = source; }
 
 std::string report_location() { return current_location ? current_location() : std::string(); }
 
+void print_note(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  std::vfprintf(note_stream ? note_stream : stdout, format, arguments);
+  va_end(arguments);
+}
+
+void set_note_stream(std::FILE* stream) { note_stream = stream; }
+
 void set_message(const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
@@ -75,7 +88,7 @@ void set_message(const char* format, ...) {
 
 const std::string& message_buffer() { return shared_message; }
 
-void clear_message() { shared_message.clear(); }
+void clear_message() { std::string().swap(shared_message); }
 
 void report_message(int severity) {
   if (shared_message.empty()) return;

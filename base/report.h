@@ -1,6 +1,7 @@
 // Reports: every message of the engine goes through one routine and one replaceable sink.
 #pragma once
 
+#include <cstdio>
 #include <exception>
 #include <string>
 
@@ -39,6 +40,11 @@ report_sink set_report_sink(report_sink sink);
 using location_source = std::string (*)();
 void set_location_source(location_source source);
 std::string report_location();
+
+/// A line on standard output that is no report.
+[[gnu::format(printf, 1, 2)]] void print_note(const char* format, ...);
+/// Has notes written elsewhere by a program that keeps standard output for its results; null: standard output.
+void set_note_stream(std::FILE* stream);
 
 /// The shared message buffer: text left by a fault before it is reported or thrown.
 [[gnu::format(printf, 1, 2)]] void set_message(const char* format, ...);

@@ -14,8 +14,10 @@ namespace tessaron {
 void replace_substring(const char* src, char* dest, const char* from, const char* to) {
   const std::size_t from_length = std::strlen(from);
   const std::size_t to_length = std::strlen(to);
-  if (dest == src && from_length < to_length)
+  if (dest == src && from_length < to_length) {
     report(REPORT_FATAL, "replace_substring: %s < %s but dest==source.", from, to);
+    return;  // where a fatal report does not end the process: the text would run over itself
+  }
   const char* hit = nullptr;
   while (from_length > 0 && (hit = std::strstr(src, from)) != nullptr) {
     const std::size_t kept = std::size_t(hit - src);

@@ -6,11 +6,17 @@ set(config_dir ${CMAKE_INSTALL_DATADIR}/tessaron)
 
 if(TARGET tessaron)
   install(TARGETS tessaron RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+  install(TARGETS tessaron_pictures LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/tessaron COMPONENT runtime)
 endif()
 install(TARGETS tessaron_engine EXPORT tessaronTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY include/tessaron DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+# The host kit, for programs that embed the engine: #include "hostkit/host_kit.h".
+install(TARGETS hostkit EXPORT tessaronTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${CMAKE_INSTALL_INCLUDEDIR}/tessaron)
+install(FILES hostkit/host_kit.h hostkit/window.h hostkit/plugin_library.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tessaron/hostkit COMPONENT development)
 file(GLOB config_files CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/config/*.text)
 list(FILTER config_files EXCLUDE REGEX "/t_log\\.text$")
 install(FILES ${config_files} DESTINATION ${config_dir} COMPONENT runtime)

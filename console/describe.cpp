@@ -88,8 +88,8 @@ std::string range_text(const param& p) {
 std::string param_line(const param& p, std::size_t name_width) {
   std::string type = type_word(p);
   if (p.nchannels > 1 && p.ptype != PTYPE_COLOR) type.append("[").append(std::to_string(p.nchannels)).append("]");
-  std::string line = padded(p.name, name_width) + "  " + padded(type, 9) + "  " +
-                     padded(default_text(p), 14) + "  " + range_text(p);
+  std::string line =
+      padded(p.name, name_width) + "  " + padded(type, 9) + "  " + padded(default_text(p), 14) + "  " + range_text(p);
   if (*units_word(p)) line += std::string("  ") + units_word(p);
   if (p.flags[3] & PARAM3_PERCENT) line += "  percent";
   while (line.back() == ' ') line.pop_back();

@@ -108,12 +108,12 @@ void frame_renderer::print_messages(const std::vector<std::string>& messages) {
 }
 
 void frame_renderer::write_files(const frame_task& task, const hostkit::frame_result& result) const {
-  if (!options_.fix_file.empty()) {
+  if (!options_.fix_file.empty() && !is_left_alone(options_.fix_file, options_)) {
     const hostkit::root_values& root = result.root;
     const std::string bytes = npy_bytes(root.samples, {root.height, root.width, root.elements});
     write_whole_file(options_.fix_file, bytes.data(), bytes.size());
   }
-  if (task.output.empty()) return;
+  if (task.output.empty() || is_left_alone(task.output, options_)) return;
   const bool grown = result.output.width != result.layer_width || result.output.height != result.layer_height;
   const picture_window window = {result.layer_width, result.layer_height, result.origin_x, result.origin_y};
   write_image_file(task.output, result.output, grown ? std::optional(window) : std::nullopt);

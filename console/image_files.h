@@ -1,6 +1,8 @@
-// Image files through the image library. All knowledge of it is in image_files.cpp.
+// Image files, and what else wants the libraries for pictures. These are loaded when one of the functions first needs
+// them; where that fails it throws work_error, which names the file that they should have come by.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -32,10 +34,18 @@ void write_image_file(const std::string& path, const hostkit::image& picture,
 /// Why an image cannot be written under this name, or empty: the extension decides.
 std::string output_format_fault(const std::string& path);
 
+/// The picture scaled to `width` by `height`, filtered; colours do not bleed out of what is transparent. A picture
+/// that has this size already is copied. Throws work_error.
+hostkit::image resized(const hostkit::image& from, int width, int height);
+
+/// Lays over the picture what `draw` draws; it is called once, with the callbacks of a window of the picture's size.
+/// Throws host_error.
+void draw_over(hostkit::image& picture, const std::function<void(const pf_draw_callbacks&)>& draw);
+
 /// Lets the image library use at most this many threads.
 void limit_image_threads(int count);
 
-/// Name and version of the image library.
+/// Name of the image library, and the version that the program was built with.
 std::string image_library_name();
 
 }  // namespace tessaron::console

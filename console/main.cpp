@@ -9,8 +9,10 @@
 #include "console/errors.h"
 #include "console/image_files.h"
 #include "console/look_commands.h"
+#include "console/names.h"
 #include "console/render_command.h"
 #include "console/widgets_command.h"
+#include "host/inspect.h"
 
 namespace tessaron::console {
 namespace {
@@ -175,10 +177,35 @@ int run_verb(const std::string& verb, const verb_options& options) {
   return functions_command(look);
 }
 
-int fail(const char* why, int status) {
+/// An option that is given nothing, as by a script whose variable is unset, isn't one that was left out.
+void refuse_empty_values(CLI::App& app) {
+  const CLI::Validator not_empty([](const std::string& text) { return std::string(text.empty() ? "is empty" : ""); },
+                                 "");
+  for (CLI::App* verb : app.get_subcommands({}))
+    for (CLI::Option* option : verb->get_options())
+      if (option->get_type_size() > 0) option->check(not_empty);
+}
+
+int fail(const std::string& why, int status) {
   std::fflush(stdout);
-  std::fprintf(stderr, "tessaron: %s\n", why);
+  std::fprintf(stderr, "tessaron: %s\n", why.c_str());
   return status;
+}
+
+int refuse_command_line(const CLI::App& app, const std::string& why) {
+  if (const auto given = app.get_subcommands(); !given.empty()) {
+    fail(why, EXIT_COMMAND_LINE);
+    std::fprintf(stderr, "Run tessaron %s --help for the options.\n", given.front()->get_name().c_str());
+    return EXIT_COMMAND_LINE;
+  }
+  std::vector<std::string> verbs;
+  for (const CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; }))
+    verbs.push_back(verb->get_name());
+  const std::vector<std::string> rest = app.remaining();
+  const std::string got = rest.empty() ? "." : "; got '" + rest.front() + "'." + suggestion(rest.front(), verbs);
+  fail("expected a verb: " + joined(verbs) + got, EXIT_COMMAND_LINE);
+  std::fputs("Run tessaron --help for what they do.\n", stderr);
+  return EXIT_COMMAND_LINE;
 }
 
 int run(int argc, char** argv) {
@@ -190,19 +217,19 @@ int run(int argc, char** argv) {
   add_looks(app, options.look);
   add_about(app, options.about);
   add_widgets(app, options.widgets);
+  refuse_empty_values(app);
   try {
     app.parse(argc, argv);
+  } catch (const CLI::Success& asked) {  // for help or the version
+    return app.exit(asked);
   } catch (const CLI::ParseError& fault) {
-    // Help and version are asked for, and end well.
-    return app.exit(fault) == 0 ? EXIT_DONE : EXIT_COMMAND_LINE;
+    return refuse_command_line(app, fault.what());
   }
-  const CLI::App* verb = app.get_subcommands().front();
+  send_notes_to_standard_error();
   try {
-    return run_verb(verb->get_name(), options);
+    return run_verb(app.get_subcommands().front()->get_name(), options);
   } catch (const command_line_error& fault) {
-    const int status = fail(fault.what(), EXIT_COMMAND_LINE);
-    std::fprintf(stderr, "Run tessaron %s --help for the options.\n", verb->get_name().c_str());
-    return status;
+    return refuse_command_line(app, fault.what());
   } catch (const std::bad_alloc&) {
     return fail("not enough memory", EXIT_WORK_FAILED);
   } catch (const std::exception& fault) {

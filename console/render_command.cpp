@@ -17,21 +17,20 @@ std::string frame_name(int frame) { return "frame " + std::to_string(frame); }
 /// Prints what each frame would read and write. False: an input frame is missing.
 bool print_dry_run(const render_options& options, const render_job& job) {
   bool all_there = true;
-  std::error_code ignored;
   for (const frame_task& task : job.tasks) {
     std::string line = frame_name(task.frame) + ":";
     for (const std::optional<input_feed>& feed : job.feeds) {
       if (!feed) continue;
+      line += ' ';
       try {
-        line.append(" ").append(feed->file_at(task.frame).value_or("(black)"));
+        line += feed->file_at(task.frame).value_or("(black)");
       } catch (const work_error& fault) {
-        line.append(" (").append(fault.what()).append(")");
+        line.append("(").append(fault.what()).append(")");
         all_there = false;
       }
     }
     if (!task.output.empty()) line.append(" -> ").append(task.output);
-    if (options.no_clobber && !task.output.empty() && std::filesystem::exists(task.output, ignored))
-      line += " (exists, left alone)";
+    if (is_left_alone(task.output, options)) line += " (exists, left alone)";
     std::printf("%s\n", line.c_str());
   }
   return all_there;
@@ -44,8 +43,7 @@ int render_frames(const render_options& options, const found_effect& effect, gen
   frame_renderer frames(options, effect, g, job, already_said);
   int status = EXIT_DONE;
   for (const frame_task& task : job.tasks) {
-    std::error_code ignored;
-    if (options.no_clobber && !task.output.empty() && std::filesystem::exists(task.output, ignored)) {
+    if (is_left_alone(task.output, options) && (options.fix_file.empty() || is_left_alone(options.fix_file, options))) {
       progress.frame_ended(task.frame, "skipped", task.output);
       continue;
     }
@@ -90,6 +88,11 @@ chosen_effect choose_effect(const render_options& options) {
     if (takes_inputs(options.inputs, *chosen.g)) break;
   }
   return chosen;
+}
+
+bool is_left_alone(const std::string& output, const render_options& options) {
+  std::error_code ignored;
+  return options.no_clobber && std::filesystem::exists(output, ignored);
 }
 
 int render_command(const render_options& options) {

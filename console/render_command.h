@@ -37,6 +37,9 @@ struct chosen_effect {
 /// Of variants for other inputs the first that has a place for all images of -i; the last one says what is too much.
 chosen_effect choose_effect(const render_options& options);
 
+/// Whether --no-clobber keeps this output from being written.
+bool is_left_alone(const std::string& output, const render_options& options);
+
 /// Exit status; throws work_error or command_line_error.
 int render_command(const render_options& options);
 

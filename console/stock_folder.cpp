@@ -4,15 +4,17 @@
 
 namespace tessaron::console {
 
-std::string stock_folder() {
+std::string installed_path(const std::string& below_prefix) {
   namespace fs = std::filesystem;
   std::error_code failed;
   const fs::path program = fs::read_symlink("/proc/self/exe", failed);
   if (failed) return "";
-  // An installed program stands in bin/, a built one beside share/.
+  // An installed program stands in bin/, a built one beside what it needs or in a folder of its own.
   for (const fs::path& prefix : {program.parent_path().parent_path(), program.parent_path()})
-    if (fs::is_directory(prefix / "share/tessaron", failed)) return (prefix / "share/tessaron").string();
+    if (fs::exists(prefix / below_prefix, failed)) return (prefix / below_prefix).string();
   return "";
 }
+
+std::string stock_folder() { return installed_path("share/tessaron"); }
 
 }  // namespace tessaron::console

@@ -12,8 +12,6 @@
 #include "console/image_files.h"
 #include "console/json_records.h"
 #include "console/names.h"
-#include "console/resize.h"
-#include "hostkit/overlay.h"
 
 namespace tessaron::console {
 namespace {
@@ -112,8 +110,7 @@ event_result effect_window::checked(event_result result) {
 }
 
 std::vector<widget_handle> effect_window::handles() {
-  const hostkit::overlay nowhere(1, 1);
-  return checked(host_->instance().draw_handles(view_, &nowhere.callbacks())).handles;
+  return checked(host_->instance().draw_handles(view_, nullptr)).handles;
 }
 
 void effect_window::show(const std::vector<std::string>& names) {
@@ -150,9 +147,7 @@ hostkit::image effect_window::picture() {
   // A picture that has grown around the layer moves it.
   view_.pan_x = frame.origin_x * scale_x;
   view_.pan_y = frame.origin_y * scale_y;
-  const hostkit::overlay sheet(shown.width, shown.height);
-  checked(host_->instance().draw_handles(view_, &sheet.callbacks()));
-  sheet.draw_over(shown);
+  draw_over(shown, [&](const pf_draw_callbacks& on) { checked(host_->instance().draw_handles(view_, &on)); });
   return shown;
 }
 

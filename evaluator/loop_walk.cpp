@@ -242,8 +242,8 @@ class line_walk {
     return root_->elnum == GREY_ALPHA || root_->elnum == 4 ? root_->rows[root_->elnum - 1] : nullptr;
   }
 
-  // The planes have the view's layout, as every plane that a node reads. A stretch that is not part of a
-  // full-width row clears what the row held before.
+  // The planes have the view's layout, as every plane that a node reads. What the loop leaves out of a row is cleared:
+  // beside its columns alone, since the stretches to come still read what this one does not cover.
   void store_previous_output(int row, int col, int width) {
     const loop_rectangle& r = plan_.rect;
     const temp_set_record& set = prev_dest_set();
@@ -253,7 +253,8 @@ class line_walk {
     if (view_row < 0 || view_row >= display_dims.view_height || view_col < 0 || view_col + width > view_width) return;
     for (int e = 0; e < set.image_count; ++e) {
       std::int16_t* plane = set.planes[e] + std::int64_t(view_row) * view_width;
-      if (col == 0 && r.cols < view_width) std::fill_n(plane, view_width, std::int16_t(0));
+      if (col == 0) std::fill_n(plane, view_col, std::int16_t(0));
+      if (col + width == r.cols) std::fill(plane + view_col + width, plane + view_width, std::int16_t(0));
       const fix* samples = root_row_for(e);
       if (samples)
         for (int i = 0; i < width; ++i) plane[view_col + i] = prev_output_sample(samples[i]);

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "base/lasting.h"
 #include "base/report.h"
 #include "evaluator/frame.h"
 #include "genotype/globals.h"
@@ -49,9 +50,12 @@ struct bank {
 
   std::vector<std::int64_t> plane_sizes;
 
-  explicit bank(std::size_t slots) { grow(slots); }
+  std::size_t usual_slots;
+
+  explicit bank(std::size_t slots) : usual_slots(slots) {}
   void grow(std::size_t slots) {
     if (slots <= planes.size()) return;
+    slots = std::max(slots, usual_slots);
     handles.resize(slots);
     planes.resize(slots);
     plane_sizes.resize(slots);
@@ -79,6 +83,7 @@ struct bank {
   }
   void free_all() {
     for (std::size_t i = 0; i < planes.size(); ++i) free_slot(i);
+    *this = bank(usual_slots);
   }
   static std::int64_t stagger(int slot) { return std::int64_t(slot) * PLANE_STAGGER; }
   static std::int16_t* staggered(void** handle, int slot) {
@@ -86,8 +91,9 @@ struct bank {
   }
 };
 
-bank stack_bank(STACK_BANK_SLOTS);
-bank shared_bank(SHARED_BANK_TABLE);
+lasting<bank> stack_bank_of_process(STACK_BANK_SLOTS), shared_bank_of_process(SHARED_BANK_TABLE);
+bank& stack_bank = stack_bank_of_process.value;
+bank& shared_bank = shared_bank_of_process.value;
 
 void** long_image_handle;
 const genotype* last_assigned;

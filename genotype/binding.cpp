@@ -209,7 +209,9 @@ int constant_branch(const node& n) {
 
 bool is_constant(const node& n) {
   if (n.kind == KIND_CONSTANT || n.kind == KIND_OUTPUT) return true;
-  if (n.kind != KIND_FUNCTION || (n.fun->fun_flags & FUN_NEVER_CONSTANT)) return false;
+  if (n.kind != KIND_FUNCTION) return false;
+  // What differs from line to line is no constant, whatever its arguments are.
+  if ((n.fun->fun_flags & FUN_NEVER_CONSTANT) || n.fun->position_dependent) return false;
   return std::all_of(n.args, n.args + n.eval_arg_number, [](const node* a) { return a->node_flags & NODE_CONSTANT; });
 }
 

@@ -329,6 +329,10 @@ int read_statement(genotype& g) {
 }
 
 int goto_def(const char* name_text, genotype& g) {
+  if (take_token_cut()) {  // before the search for definitions, which passes over such tokens
+    reading.failure_reported = true;
+    return -1;
+  }
   const std::string name = name_text;
   const auto is_open = [&name](const std::string& open) { return open == name; };
   if (name == reading.name || std::any_of(reading.open_references.begin(), reading.open_references.end(), is_open))

@@ -2,7 +2,7 @@
 //
 //   param_info  ( declaration* )     declaration  KEYWORD argument*
 #include <algorithm>
-#include <cstdio>
+#include <climits>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -10,6 +10,7 @@
 #include "base/report.h"
 #include "base/text.h"
 #include "genotype/genotype_reader.h"
+#include "genotype/param_declaration.h"
 #include "genotype/reading.h"
 
 namespace tessaron {
@@ -20,17 +21,6 @@ constexpr float PIXEL_STEP = 0.1f;  // step of angles, percentages and positions
 constexpr float DEFAULT_STEP = 0.001f;
 constexpr float POPUP_STEP = 0.01f;
 constexpr float TURN = 360.0f;  // degrees
-constexpr int UNSET_ENABLE = -1;
-constexpr std::uint8_t DEFAULT_STATE_UNSET = 3;
-
-/// The list being read.
-struct declaration {
-  genotype& g;
-  node& n;
-  param& p;
-  bool in_popup = false;         // all words but `)` and `widget` are entries
-  bool new_column_next = false;  // the next word that gets as far as `new_column` counts as it
-};
 
 /// What a keyword does: 0, or non-zero to end the list. `word` is the keyword as written.
 using keyword_action = int (*)(declaration& d, const char* word);
@@ -44,15 +34,6 @@ int read_number(declaration& d, const char* fault, float& value, int severity = 
   if (get_token(token) != 0) return -1;
   if (parse_number(token, value)) return 0;
   return reject(severity, "For %s %s: '%s'.", d.p.name, fault, token);
-}
-
-/// One token, or a quoted string.
-int read_title(char* dst) {
-  if (get_token(dst) != 0) return -1;
-  if (!same_text(dst, "\"")) return 0;
-  const int result = read_string_1(dst, MAX_STRING_LEN);
-  if (result != 0) reading.failure_reported = true;
-  return result;
 }
 
 std::string with_blanks(std::string text) {
@@ -238,156 +219,9 @@ int set_id(declaration& d, const char* word) {
   int number;
   if (!parse_integer(token, number)) return reject(REPORT_ERROR, "For %s bad id value: '%s'.", d.p.name, token);
   if (token[0] == '+') d.p.group_mode |= 2;
-  d.p.host_id = std::int16_t(number);
-  return 0;
-}
-
-// -------------------------------------------------------------------------------------------------
-// Pages and groups
-
-/// Adds the page `skip` places behind the next free one.
-int add_page(declaration& d, const char* title, int skip) {
-  genotype& g = d.g;
-  const int index = g.n_pages + skip + 1;
-  if (g.n_pages == 0 && g.params[0] != &d.p)
-    report(REPORT_WARNING, "in %s, page at %s but none at 1st param %s.", g.name, d.p.name, g.params[0]->name);
-  if (index > MAX_PAGES)
-    return reject(REPORT_ERROR, "too many pages (%d is max) in %s: fix in genotype.h", MAX_PAGES, g.name);
-  free_text(std::exchange(g.page_names[index], copy_text(title)));
-  g.n_pages = index;
-  return 0;
-}
-
-/// `page TITLE`, `page_open TITLE`, `column`, `column_top`, `column_n NUMBER`.
-int begin_page(declaration& d, const char* word) {
-  char token[TOKEN_SIZE];
-  int skip = 0;
-  if (std::strstr(word, "_n")) {
-    int number;
-    if (get_token(token) != 0) return -1;
-    if (!parse_integer(token, number)) return reject(REPORT_WARNING, "For %s bad column_n '%s'", d.p.name, token);
-    skip = std::clamp(number, -MAX_PAGES, 2 * MAX_PAGES) - d.g.n_pages;  // farther off is as wrong
-    if (skip < -1) std::printf("Warning: %s column_n of %s goes backwards\n", d.g.name, d.p.name);
-  }
-  d.p.flags[3] &= std::uint8_t(~PARAM3_PAGE_OPEN);
-  if (same_text(word, "page_open")) d.p.flags[3] |= PARAM3_PAGE_OPEN;
-  if (begins_with(word, "page")) {
-    if (const int result = read_title(token)) return result;
-  } else {
-    std::strcpy(token, std::strstr(word, "_top") ? " " : "");
-  }
-  return skip <= -1 ? 0 : add_page(d, token, skip);
-}
-
-int begin_group(declaration& d, const char* word) {
-  genotype& g = d.g;
-  const bool full = g.n_groups >= MAX_PARAM_GROUP_NUMBER;
-  if (full) report(REPORT_WARNING, "Too many groups in %s, up MAX_PARAM_GROUP_NUMBER", g.name);
-  if (reading.current_group) report(REPORT_WARNING, "Nested groups in %s", g.name);
-  char name[TOKEN_SIZE];
-  if (const int result = read_title(name)) return result;
-  if (full) return 0;  // reported, not stored
-  param_group& group = g.groups[g.n_groups];
-  group.name = copy_text(name);
-  group.index = g.n_groups++;
-  group.parent = reading.current_group;
-  reading.current_group = &group;
-  d.p.group = std::int8_t(group.index);
-  d.p.flags[3] |= PARAM3_GROUP_START;
-  if (same_text(word, "group_start_open")) d.p.flags[3] |= PARAM3_GROUP_OPEN;
-  return 0;
-}
-
-int end_group(declaration& d, const char*) {
-  char name[TOKEN_SIZE];
-  if (const int result = read_title(name)) return result;
-  const param_group* current = reading.current_group;
-  if (!current) {
-    report(REPORT_ERROR, "%s %s group_end without group_start", d.g.name, d.p.name);
-    return 0;  // nothing to end
-  }
-  if (!same_text(name, current->name))
-    report(REPORT_WARNING, "%s %s group_end %s, expected %s", d.g.name, d.p.name, name, current->name);
-  reading.current_group = current->parent;
-  d.p.flags[3] |= PARAM3_GROUP_END;
-  return 0;
-}
-
-// -------------------------------------------------------------------------------------------------
-// Widgets
-
-constexpr int LARGEST_WIDGET_NUMBER = 127;
-
-/// Puts a widget entry with nothing set but its names at the head of the param's list.
-widget_entry& add_widget(param& p, const char* type, const char* param_name) {
-  widget_entry* w = new widget_entry{};
-  w->next = p.widgets;
-  p.widgets = w;
-  w->widget_type = copy_text(type);
-  w->param_name = copy_text(param_name);
-  w->owner_name = copy_text(p.name);
-  w->order = -1;
-  w->enable_number = UNSET_ENABLE;
-  w->default_state = DEFAULT_STATE_UNSET;
-  return *w;
-}
-
-/// Steps to the next token when the one at hand has been used up.
-struct optional_words {
-  char token[TOKEN_SIZE];
-  int result;
-  optional_words() { next(); }
-  void next() { result = get_token(token); }
-  bool is(const char* word) const { return result == 0 && same_text(token, word); }
-};
-
-/// widget TYPE[.PARAM] [name NAME] [wenable here|NUMBER | use_wenable PARAM] [default_off|default_on] [ORDER]
-int read_widget(declaration& d, const char*) {
-  d.in_popup = false;
-  char type[TOKEN_SIZE];
-  if (get_token(type) != 0) return -1;
-  char* dot = std::strchr(type, '.');
-  if (dot) *dot = '\0';
-  widget_entry& w = add_widget(d.p, type, dot ? dot + 1 : d.p.name);
-
-  optional_words words;
-  if (words.is("name")) {
-    if (const int result = read_title(words.token)) return result;
-    w.display_name = copy_text(words.token);
-    words.next();
-  }
-  float number;
-  if (words.is("wenable")) {
-    words.next();
-    if (words.result != 0) return -1;
-    if (words.is("here")) {
-      w.enable_here = 1;
-    } else if (parse_number(words.token, number)) {
-      w.enable_number = std::int8_t(std::clamp(number, -128.0f, 127.0f));
-    } else {
-      reject(REPORT_ERROR, "Syntax error reading widget %s enable in %s.%s: bad number\n", type, d.g.name, d.p.name);
-      return 1;
-    }
-    words.next();
-  } else if (words.is("use_wenable")) {
-    words.next();
-    if (words.result != 0) return -1;
-    w.enable_param = copy_text(words.token);
-    words.next();
-  }
-  if (words.is("default_off") || words.is("default_on")) {
-    w.default_state = words.is("default_on") ? 1 : 0;
-    words.next();
-  }
-  if (words.result != 0) return -1;
-  if (!parse_number(words.token, number)) {
-    unread_token(words.token);
-    return 0;
-  }
-  if (number < 0 || number > LARGEST_WIDGET_NUMBER)
-    report(REPORT_WARNING, "%s.%s: widget %s has number %g; numbers are 0 to %d.\n", d.g.name, d.p.name, type,
-           double(number), LARGEST_WIDGET_NUMBER);
-  w.order = std::int8_t(std::clamp(number, -1.0f, float(LARGEST_WIDGET_NUMBER)));
+  d.p.host_id = std::int16_t(std::clamp(number, SHRT_MIN, SHRT_MAX));
+  if (d.p.host_id != number)
+    report(REPORT_WARNING, "%s.%s: id %d is out of range; ids are up to %d.\n", d.g.name, d.p.name, number, SHRT_MAX);
   return 0;
 }
 

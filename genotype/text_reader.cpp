@@ -113,6 +113,7 @@ std::string read_comment() {
 
 /// Reads a word whose first character is dst[0]. 0: a token; 1: nothing but a comment.
 int read_word(char* dst, int last_token_line) {
+  constexpr int MAX_COUNT = TOKEN_SIZE + 2;  // still too long without the slashes of a comment
   int n = 1;
   int stored = 1;
   char last = dst[0];
@@ -123,7 +124,7 @@ int read_word(char* dst, int last_token_line) {
       put_back_char(c);
       break;
     }
-    ++n;
+    if (n < MAX_COUNT) ++n;  // a file of gigabytes may hold no blank
     if (stored < TOKEN_SIZE - 1) dst[stored++] = char(c);
     if (allow_slash_comments && last == '/' && c == '/') {
       const std::string comment = read_comment();
@@ -334,8 +335,11 @@ void set_reading_from_position(long position) {
   } else {
     std::rewind(reading_from_file_ptr);
     reader.line = 1;
-    for (long i = 0; i < position; ++i)
-      if (std::getc(reading_from_file_ptr) == '\n') ++reader.line;
+    for (long i = 0; i < position; ++i) {
+      const int c = std::getc(reading_from_file_ptr);
+      if (c == EOF) break;
+      if (c == '\n') ++reader.line;
+    }
     std::fseek(reading_from_file_ptr, position, SEEK_SET);
   }
   reader.position = position;

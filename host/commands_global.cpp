@@ -16,6 +16,7 @@
 #include "host/host_state.h"
 #include "host/host_suites.h"
 #include "host/live_records.h"
+#include "operators/film_tables.h"
 #include "operators/lens_flares.h"
 #include "platform/platform.h"
 
@@ -43,6 +44,8 @@ void install_hooks(const pf_in_data& in_data) {
 void end_process_life() {
   free_all_temp_images();
   free_flare_lists();
+  reset_film_types();
+  reset_film_tables();  // built from the types
   set_handle_suite(nullptr);
   set_abort_query(nullptr);
   remove_message_hooks();
@@ -112,6 +115,7 @@ std::int32_t about(const command_call& call) {
   // Before params setup the record names nothing yet.
   if (!record->doc_name) record->doc_name = call.plugin.doc_name;
   if (!record->plugin_name) record->plugin_name = call.plugin.plugin_name;
+  if (call.plugin.is_custom) record->host_flags |= HOST_IS_CUSTOM;
   help_reference reference;
   reference.module = reinterpret_cast<const void*>(&tessaron_main);
   reference.globals = &*record;

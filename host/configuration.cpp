@@ -66,7 +66,10 @@ bool accept_pixel_aspect_ratio(const char* token) {
     config.force_pixel_aspect_ratio = 0;
     return false;
   }
-  if (ratio == 0) return true;
+  if (ratio == 0) {
+    config.force_pixel_aspect_ratio = 0;  // also after a line that forced one: the later value wins
+    return true;
+  }
   if (!(ratio > FORCED_ASPECT_FLOOR) || !std::isfinite(ratio)) return false;
   config.force_pixel_aspect_ratio = ratio;
   set_pixel_aspect_ratio(ratio);

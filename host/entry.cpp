@@ -1,6 +1,5 @@
 // The exported entry: one call at a time, re-entrant calls answered at once, one handler a command.
 #include <exception>
-#include <memory>
 #include <new>
 
 #include "base/report.h"
@@ -126,8 +125,14 @@ std::int32_t guarded_dispatch(int command, const command_call& call) noexcept {
 }
 
 platform::mutex* entry_mutex() {
-  static const std::unique_ptr<platform::mutex> mutex(platform::mutex::create());
-  return mutex.get();
+  // A host may set its plug-ins down while the process ends: until then they need it.
+  static const struct kept_mutex {
+    platform::mutex* const mutex = platform::mutex::create();
+    ~kept_mutex() {
+      if (host_state.n_global_setups == 0) delete mutex;
+    }
+  } kept;
+  return kept.mutex;
 }
 
 /// Owns the process-wide mutex for one call, and keeps what a call changes and a call inside it must

@@ -10,16 +10,13 @@
 #include "installer/custom_listing.h"
 #include "platform/platform.h"
 
-#ifndef TESSARON_WEB_ADDRESS
-#define TESSARON_WEB_ADDRESS "https://tessaron.example/"  // a setting of the build
-#endif
-
 namespace tessaron {
 
 namespace {
 
 using platform::registry_root;
 
+constexpr const char* WEB_ADDRESS = TESSARON_WEB_ADDRESS;  // a setting of the build
 constexpr const char* SYSTEM_KEY = "Software\\Microsoft\\Windows NT\\CurrentVersion";
 constexpr const char *X_VALUE = "help_dlg_x", *Y_VALUE = "help_dlg_y";
 
@@ -122,7 +119,7 @@ std::optional<int> press(const help_dialog& dialog, int item) {
     case TESSARON_HELP_INTRODUCTION:
       return leave_for(dialog.introduction);
     case TESSARON_HELP_WEB:
-      return leave_for(TESSARON_WEB_ADDRESS);
+      return leave_for(WEB_ADDRESS);
     default:
       return std::nullopt;
   }

@@ -44,6 +44,9 @@ TESSARON_EXPORT void scan_definition_text(const std::string& source, const std::
 TESSARON_EXPORT void note_definition_origin(const char* text, const definition_text& definition);
 TESSARON_EXPORT void forget_definition_origin(const char* text);
 
+/// Has the engine's notes written to standard error: a program whose results go to standard output asks for it.
+TESSARON_EXPORT void send_notes_to_standard_error();
+
 /// Builds tables and catalogue once. Every function here calls it.
 TESSARON_EXPORT void start_engine();
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <vector>
 
 #include "evaluator/workers.h"
 #include "host/converters.h"
@@ -70,23 +69,36 @@ void copy_alpha_band() {
 
 dest_writer straightened_writer;
 
+/// Alpha of the first input under `n` samples, `col_step` columns apart.
+void read_first_alpha(int y, int x0, int n, int col_step, fix* alpha) {
+  for (int i = 0; i < n; i += col_step == 1 ? n : 1) {
+    fix* const row = alpha + i;
+    const int x = x0 + i * col_step;
+    pixel_io.read_source[0](source_raster_info[0], y, x, col_step == 1 ? x + n - 1 : x, &row, 1, 0);
+  }
+}
+
+// In blocks on the stack: a worker takes no memory, since it may not raise.
 bool write_straightened(const raster_info& raster, int y, int x0, int n_columns, int col_step, const fix* const* planes,
                         int n_elements, int alpha_mode) {
   if (n_columns <= 0)  // only whether the combination is one that can be written
     return straightened_writer(raster, y, x0, n_columns, col_step, planes, n_elements, alpha_mode);
-  // Repeated columns come from fewer samples.
-  const int samples = (n_columns + col_step - 1) / col_step;
-  thread_local std::vector<fix> rows;  // grows to the widest row of the worker
-  rows.resize(std::size_t(samples) * 5);
-  fix* straight[4];
-  for (int e = 0; e < 4; ++e) straight[e] = rows.data() + std::size_t(samples) * e;
-  fix* alpha = nullptr;
-  if (n_elements % 2) {
-    alpha = rows.data() + std::size_t(samples) * 4;
-    pixel_io.read_source[0](source_raster_info[0], y, x0, x0 + samples - 1, &alpha, 1, 0);
+  constexpr int BLOCK = 512;
+  const int step = std::max(col_step, 1);
+  const int samples = (n_columns + step - 1) / step;  // repeated columns come from fewer samples
+  fix straight[4][BLOCK], alpha[BLOCK];
+  fix* const out[4] = {straight[0], straight[1], straight[2], straight[3]};
+  bool written = true;
+  for (int done = 0; done < samples; done += BLOCK) {
+    const int n = std::min(BLOCK, samples - done), x = x0 + done * step;
+    const fix* in[4] = {};
+    for (int e = 0; e < n_elements; ++e) in[e] = planes[e] + done;
+    if (n_elements % 2) read_first_alpha(y, x, n, step, alpha);
+    postdiv(in, out, n_elements % 2 ? alpha : nullptr, n_elements, n);
+    written &= straightened_writer(raster, y, x, std::min(n * step, n_columns - done * step), col_step, out, n_elements,
+                                   alpha_mode);
   }
-  postdiv(planes, straight, alpha, n_elements, samples);
-  return straightened_writer(raster, y, x0, n_columns, col_step, straight, n_elements, alpha_mode);
+  return written;
 }
 
 }  // namespace

@@ -79,13 +79,12 @@ void recount_planes(genotype& g) {
   }
 }
 
-void set_field(const pf_in_data& in_data, genotype& g) {
+void set_field(const pf_in_data& in_data) {
   // Rows of a field keep the positions that they have in the frame, so that two field renders make up
   // the frame render: no offset.
   field_globals = {};
   if (in_data.field == 0 || host_state.host_app == HOST_MOTION) return;
   field_globals.field_number = 3 - in_data.field;
-  recount_planes(g);
 }
 
 // --- rows in and out -----------------------------------------------------------------------------
@@ -183,7 +182,7 @@ std::int32_t evaluate(frame_effect& effect, const pf_in_data& in_data, const pf_
   choose_alpha_modes(g, effect.inputs);
   choose_pixel_io(effect);
   observer.tap_rows();
-  set_field(in_data, g);
+  if (field_globals.field_number != 0) recount_planes(g);
   set_time_globals(in_data);
 
   abort_requested = 0;
@@ -218,6 +217,7 @@ std::int32_t render_frame(pf_in_data& in_data, pf_out_data&, pf_param_def** para
   dest_raster_info_from_layer(dest_raster_info, output, effect.bgra, in_data);
   set_frame_bounds(in_data);
   set_render_rectangles(*effect.g, effect.inputs, in_data, Globals->input_borders);
+  set_field(in_data);  // clearing goes by it, too, where nothing is computed
 
   const bool something_to_compute = temp_raster_info.width > 0 && temp_raster_info.height > 0;
   if (something_to_compute && !nothing_wanted(in_data, output)) {
@@ -231,13 +231,19 @@ std::int32_t render_frame(pf_in_data& in_data, pf_out_data&, pf_param_def** para
 }
 
 void free_temp_sets(globals_record& record) {
+  bool missing = false;
   for (temp_set_record& set : record.temp_sets) {
     const temp_set_record held = set;
     set = {};
     set.last_time = -1000000;  // long before any frame
-    for (int i = 0; i < held.image_count; ++i) free_temp_handle(static_cast<void**>(held.handles[i]));
+    for (int i = 0; i < held.image_count; ++i)
+      if (held.handles[i])
+        free_temp_handle(static_cast<void**>(held.handles[i]));
+      else
+        missing = true;
   }
   record.temp_count = 0;
+  if (missing) free_temp_handle(nullptr);  // a fault, told when all that is there has been given back
 }
 
 }  // namespace tessaron

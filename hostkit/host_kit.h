@@ -18,7 +18,8 @@
 
 namespace tessaron::hostkit {
 
-/// Host pixel formats by their engine names.
+/// Host pixel formats by their engine names. In memory a pixel of rgba8 and rgba16 is alpha, red, green, blue, and one
+/// of the others blue, green, red, alpha. Full scale is 255, in rgba16 32768 and in bgra16 65535.
 enum class pixel_format { rgba8, bgra8, rgba16, bgra16 };
 
 /// An image in one of the four host layouts. Rows are `rowbytes` apart.

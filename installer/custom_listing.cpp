@@ -20,6 +20,7 @@ constexpr std::size_t MAX_CONFIG_DIR = 1023;
 
 constexpr int NAME_SIZE = sizeof(custom_genotype_info::name);
 constexpr int INPUT_NAME_SIZE = sizeof(custom_genotype_info::input_names[0]);
+constexpr std::size_t LONGEST_INPUT_NAME = 31;
 constexpr int MAX_INPUTS_LISTED = sizeof(custom_genotype_info::input_names) / INPUT_NAME_SIZE;
 
 std::string config_dir;
@@ -30,10 +31,17 @@ custom_genotype_info* infos = nullptr;
 int count = -1;
 
 /// Copies a token into a field of a record, cut to its size.
-void copy_cut(char* field, int size, const char* token) {
-  const std::size_t length = std::min(std::strlen(token), std::size_t(size) - 1);
+void copy_cut(char* field, std::size_t size, const char* token) {
+  const std::size_t length = std::min(std::strlen(token), size - 1);
   std::memcpy(field, token, length);
   field[length] = '\0';
+}
+
+/// A name that is too long for its place goes on in the next ones, until another name takes these: the last name of a
+/// definition stands in full, unless the record ends before.
+void copy_input_name(custom_genotype_info& info, int n, const char* token) {
+  const std::size_t before = std::size_t(n) * INPUT_NAME_SIZE, room = sizeof info.input_names - before;
+  copy_cut(reinterpret_cast<char*>(info.input_names) + before, std::min(room, LONGEST_INPUT_NAME + 1), token);
 }
 
 /// Reads to the next "(define" or "(def_effect" and its name. False: none before the end of the file.
@@ -72,7 +80,7 @@ bool read_inputs(custom_genotype_info& info) {
       return false;
     }
     if (std::strcmp(token, ")") == 0) break;
-    copy_cut(info.input_names[info.n_inputs++], INPUT_NAME_SIZE, token);
+    copy_input_name(info, info.n_inputs++, token);
   }
   return true;
 }

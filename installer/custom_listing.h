@@ -8,7 +8,7 @@
 
 extern "C" {
 
-/// One custom effect. Longer names are cut to their fields.
+/// One custom effect. A longer name of it is cut; a longer input name runs on into the next ones' places.
 struct custom_genotype_info {
   char name[32];
   std::int32_t n_inputs;

@@ -1,7 +1,7 @@
 // `install_custom_plugins`: makes a plug-in file of each custom effect of t_config.text, in each directory of the
 // installer history.
+#include <exception>
 #include <iostream>
-#include <new>
 #include <string>
 
 #include "installer/custom_listing.h"
@@ -81,7 +81,7 @@ int main(int argc, char** argv) {
     const int status = tessaron::installer::install_custom_plugins(argc, argv);
     if (std::cout.flush()) return status;
     std::cerr << "Can't write to the standard output\n";
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {  // no memory, or a file larger than any memory
     std::cerr << "Not enough memory.\n";
   }
   return 1;

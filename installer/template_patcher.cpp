@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <string_view>
 #include <vector>
@@ -31,8 +32,12 @@ void copy_template(const std::string& template_path, const std::string& output_p
   if (verbose_count) std::cout << "Copying " << name << " from " << template_path << " to " << output_path << '\n';
   std::ifstream input = open_input_file(template_path, std::ios::binary);
   if (!input) fail("Can't open input file " + template_path);
-  std::ofstream output(output_path, std::ios::binary | std::ios::trunc);
-  if (!output) fail("Can't open output file " + output_path);
+  // Opening the output empties it; of a link to the template nothing would be left to copy, now or later.
+  std::error_code no_output_yet;
+  const bool is_template = std::filesystem::equivalent(template_path, output_path, no_output_yet);
+  std::ofstream output;
+  if (!is_template) output.open(output_path, std::ios::binary | std::ios::trunc);
+  if (!output.is_open()) fail("Can't open output file " + output_path);
 
   errno = 0;
   input.seekg(0, std::ios::end);

@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <optional>
 
+#include "base/lasting.h"
 #include "base/report.h"
 #include "base/text.h"
 #include "genotype/text_reader.h"
@@ -268,7 +269,8 @@ void read_entries(film_table& films) {
   }
 }
 
-std::optional<film_table> loaded;
+lasting<std::optional<film_table>> films_of_process;
+std::optional<film_table>& loaded = films_of_process.value;
 
 std::vector<std::string> names_of(const std::vector<film_type>& table) {
   std::vector<std::string> names;

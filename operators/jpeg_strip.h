@@ -19,7 +19,7 @@ struct jpeg_settings {
   jpeg_error_settings errors;
 };
 
-/// A standard quantisation step, `value` at waves (u, v) along rows and columns, under these settings: 1 to 32767.
+/// A standard quantisation step, `value` at waves (u, v) along rows and columns, under these settings: 1 to 8191.
 int scaled_quantiser(int value, int u, int v, bool chroma, const jpeg_settings& settings);
 
 enum class jpeg_outcome { done, stopped, out_of_memory, refused };

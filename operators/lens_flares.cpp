@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "base/lasting.h"
 #include "base/report.h"
 #include "base/text.h"
 #include "genotype/text_reader.h"
@@ -185,6 +186,7 @@ class loaded_list {
   void free() {
     for (int i = 0; i < list_.count; ++i) free_lens_flare(list_.entries[i]);
     list_ = {};
+    std::string().swap(path_);  // its memory too
     loaded_ = reload_due_ = false;
   }
 
@@ -198,12 +200,12 @@ class loaded_list {
 };
 
 loaded_list& lens_flares() {
-  static loaded_list list("t_lensflares.text", "Lens:", true);
-  return list;
+  static lasting<loaded_list> list("t_lensflares.text", "Lens:", true);
+  return list.value;
 }
 loaded_list& glares() {
-  static loaded_list list("t_glares.text", "Type:", false);
-  return list;
+  static lasting<loaded_list> list("t_glares.text", "Type:", false);
+  return list.value;
 }
 
 }  // namespace

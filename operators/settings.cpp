@@ -13,19 +13,19 @@ namespace {
 constexpr int MOST_ELEMENTS = 4;
 
 fix* settled;
-std::int64_t middle_row;  // place of its first sample
+std::int64_t middle;  // its place in the view
 
 void middle_pixel_sink(node& root, std::int64_t offset, int width) {
-  if (offset != middle_row) return;
-  for (int e = 0; e < MOST_ELEMENTS; ++e) settled[e] = root.rows[std::min<int>(e, root.elnum - 1)][width / 2];
+  if (middle < offset || middle >= offset + width) return;
+  for (int e = 0; e < MOST_ELEMENTS; ++e) settled[e] = root.rows[std::min<int>(e, root.elnum - 1)][middle - offset];
 }
 
-/// The line in the middle of the view; in field rendering, where every other line is left out, one next to it perhaps.
-std::int64_t place_of_middle_row() {
+/// In the middle of the view; in field rendering, where every other line is left out, a line next to it perhaps.
+std::int64_t place_of_middle() {
   int row = temp_raster_info.height / 2;
   const int field = field_globals.field_number;
   if (field && ((temp_raster_info.y0 + row) & 1) == field - 1 && temp_raster_info.height > 1) row -= 1;
-  return std::int64_t(row) * temp_raster_info.width;
+  return std::int64_t(row) * temp_raster_info.width + temp_raster_info.width / 2;
 }
 
 /// Says it once, not for every frame and element.
@@ -43,7 +43,7 @@ void settle_arg(node& n, int arg) {
   if (value.node_flags & NODE_CONSTANT) return;
   tell_author(n, value, arg);
   settled = value.const_vals;
-  middle_row = place_of_middle_row();
+  middle = place_of_middle();
   eval_node_tree_pixel_loop(&value, middle_pixel_sink, 0, 1);
 }
 

@@ -28,6 +28,10 @@ constexpr int ABORT_ROWS = 16;
 constexpr double LIGHT_OF_FRAME = 10000.0;
 constexpr float FAINTEST = 0.005f;  // region that gets a flare
 
+/// An argument's value; after settle_args(). A value that varies is taken at the view's full resolution, and before the
+/// node's planes are written to.
+fix setting(const node& n, int arg, int e = 0) { return n.args[arg]->const_vals[e]; }
+
 /// Fetches the image as colours without alpha; the number of planes that it has filled.
 int fetch_light(node& n) {
   struct colours_only {
@@ -91,15 +95,15 @@ void find_lights(std::int16_t* const* bright, const double (&gain)[3], light_lis
 
 /// The glare of the planes `bright` in the planes `result`, both of the view's size.
 void draw_glare(node& n, std::int16_t* const* result, std::int16_t* const* bright, const flare_look& look) {
-  const lens_flare_def* flare = flare_of_type(get_glares(), setting_value(n, TYPE) >> FIX_BITS);
+  const lens_flare_def* flare = flare_of_type(get_glares(), setting(n, TYPE) >> FIX_BITS);
   if (!flare) return;
   flare_shape& shape = get_flare_shape();
   shape.build(*flare, look);
   const double frame_width = display_dims.display_width;
   double gain[CHANNELS];
   for (int c = 0; c < CHANNELS; ++c)
-    gain[c] = LIGHT_OF_FRAME / (frame_width * frame_width) * (setting_value(n, BRIGHTNESS, c) / 4096.0);
-  const fix convolve = setting_value(n, CONVOLVE);
+    gain[c] = LIGHT_OF_FRAME / (frame_width * frame_width) * (setting(n, BRIGHTNESS, c) / 4096.0);
+  const fix convolve = setting(n, CONVOLVE);
   if (convolve >= FIX_ONE) return convolve_glare(result, bright, shape, gain, convolve > FIX_ONE);
   light_list& lights = get_flare_lights();
   lights.clear();
@@ -120,35 +124,35 @@ void glare(node& n) {
   const auto spread_grey = [fetched](std::int16_t* const* planes) {
     for (int c = fetched; c < CHANNELS; ++c) copy_plane(planes[c], planes[c - 1]);
   };
-  const bool dark = setting_value(n, BRIGHTNESS, 0) == 0 && setting_value(n, BRIGHTNESS, 1) == 0 &&
-                    setting_value(n, BRIGHTNESS, 2) == 0;
-  if (dark || setting_value(n, SIZE, 0) == 0 || setting_value(n, SIZE, 1) == 0) return spread_grey(n.images);
+  const bool dark = setting(n, BRIGHTNESS, 0) == 0 && setting(n, BRIGHTNESS, 1) == 0 &&
+                    setting(n, BRIGHTNESS, 2) == 0;
+  if (dark || setting(n, SIZE, 0) == 0 || setting(n, SIZE, 1) == 0) return spread_grey(n.images);
 
   const int width = temp_raster_info.width, height = temp_raster_info.height;
-  const fix pre_blur = amount_to_fix_pixels(setting_value(n, PRE_BLUR));
+  const fix pre_blur = amount_to_fix_pixels(setting(n, PRE_BLUR));
   for (int c = 0; c < fetched && pre_blur > 0 && !abort_pending(); ++c)
     blur_plane_to_plane(n.images[c], n.images[c], FIX_ONE, pre_blur, pre_blur, blur_edge_mode, PASSES, false, false,
                         width, height);
   // As many steps down as up, and one to each side of the threshold: the result ends in the node's first planes.
   plane_sets planes = {n.images, n.images + CHANNELS};
-  const int reductions = fix_clamp(setting_value(n, RES_FACTOR) >> FIX_BITS, 0, MAX_REDUCTIONS);
+  const int reductions = fix_clamp(setting(n, RES_FACTOR) >> FIX_BITS, 0, MAX_REDUCTIONS);
   for (int i = 0; i < reductions && !abort_pending(); ++i) {
     for (int c = 0; c < fetched; ++c)
       reduce_plane(planes.other[c], planes.now[c], reduced(width, i), reduced(height, i));
     planes.swap();
   }
   if (abort_pending()) return;
-  flare_look look = {.saturation = setting_value(n, SATURATION)};
-  look.scale_x = setting_value(n, SIZE, 0) >> reductions;
-  look.scale_y = setting_value(n, SIZE, 1) >> reductions;
-  look.rotate = setting_value(n, ROTATE);
+  flare_look look = {.saturation = setting(n, SATURATION)};
+  look.scale_x = setting(n, SIZE, 0) >> reductions;
+  look.scale_y = setting(n, SIZE, 1) >> reductions;
+  look.rotate = setting(n, ROTATE);
   {
     const reduced_work bracket(reductions);
     // Of the reduced frame, like the sizes: each step makes a glare half as large.
     look.pixels_per_unit = display_dims.display_width / 2.0;
     spread_grey(planes.now);
-    const fix threshold[CHANNELS] = {setting_value(n, THRESHOLD, 0), setting_value(n, THRESHOLD, 1),
-                                     setting_value(n, THRESHOLD, 2)};
+    const fix threshold[CHANNELS] = {setting(n, THRESHOLD, 0), setting(n, THRESHOLD, 1),
+                                     setting(n, THRESHOLD, 2)};
     threshold_planes(planes.other, planes.now, threshold);
     for (int c = 0; c < CHANNELS; ++c) clear_plane(planes.now[c]);
     draw_glare(n, planes.now, planes.other, look);

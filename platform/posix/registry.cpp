@@ -63,22 +63,30 @@ bool same_name(std::string_view a, std::string_view b) {
   return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
-/// Lines without their ends. A directory or a missing file has none.
-std::vector<std::string> read_lines(const fs::path& path) {
+/// Lines without their ends. A directory or a missing file has none; `whole` is false for a file that could not be
+/// read to its end.
+struct store_lines {
   std::vector<std::string> lines;
+  bool whole = true;
+};
+
+store_lines read_lines(const fs::path& path) {
+  store_lines store;
   std::error_code failed;
-  if (path.empty() || !fs::is_regular_file(path, failed)) return lines;
+  if (path.empty() || !fs::is_regular_file(path, failed)) return store;
   std::ifstream file(path, std::ios::binary);
   for (std::string line; std::getline(file, line);) {
     if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(line);
+    store.lines.push_back(line);
   }
-  return lines;
+  store.whole = file.eof();
+  return store;
 }
 
 bool read_store(const fs::path& path, const std::string& name, std::string& out) {
   bool found = false;
-  for (const std::string& line : read_lines(path)) {
+  const store_lines store = read_lines(path);
+  for (const std::string& line : store.lines) {
     if (!same_name(line_name(line), name)) continue;
     out = line.substr(name.size() + 1);
     found = true;  // of lines that repeat a name the last one holds
@@ -145,8 +153,13 @@ bool write_registry_number(registry_root root, const std::string& key, const std
     errno = EACCES;
     return false;
   }
+  const store_lines before = read_lines(store);
+  if (!before.whole) {  // what can't be read would be lost
+    errno = EIO;
+    return false;
+  }
   std::string text;
-  for (const std::string& line : read_lines(store))
+  for (const std::string& line : before.lines)
     if (!same_name(line_name(line), name)) text += line + '\n';
   text += name + '=' + std::to_string(number) + '\n';
   return write_file(store, text);

@@ -73,8 +73,8 @@ inline fix plain_luma(const fix* rgb) {
   return floor_shift(low32(low32(half + rgb[1]) + lean), 1);
 }
 
-/// Four steps of the hash.
-inline std::uint32_t plain_hash(std::uint32_t v) {
+/// One step of the hash of an index below 256.
+inline std::uint32_t plain_hash_entry(std::uint32_t i) {
   static const std::vector<std::uint32_t> table = [] {
     std::vector<std::uint32_t> entries;
     std::uint64_t s = 0;
@@ -85,7 +85,11 @@ inline std::uint32_t plain_hash(std::uint32_t v) {
     }
     return entries;
   }();
-  for (int i = 0; i < 4; ++i) v = v / 256 + table[v % 256];
+  return table[i];
+}
+/// Four steps of the hash.
+inline std::uint32_t plain_hash(std::uint32_t v) {
+  for (int i = 0; i < 4; ++i) v = v / 256 + plain_hash_entry(v % 256);
   return v;
 }
 

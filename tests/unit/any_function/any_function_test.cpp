@@ -105,6 +105,31 @@ TEST_P(any_function, gives_the_same_bytes_with_every_number_of_workers) {
   }
 }
 
+/// Samples that a row is computed in at once, as long as this lives.
+struct stretch_of {
+  explicit stretch_of(int samples) { set_stretch_override(samples); }
+  ~stretch_of() { set_stretch_override(0); }
+};
+
+TEST_P(any_function, gives_the_same_bytes_however_rows_are_cut) {
+  report_capture reports;
+  for (int combo = 0; combo < fun().arg_type_combo_number; ++combo)
+    for (const test_frame& frame : {test_frame{.width = 61, .height = 23, .source_channels = 4},
+                                    {.width = 61, .height = 23, .x0 = 7, .x1 = 52, .source_channels = 4}}) {
+      const std::string text = definition(combo, sane_numbers(), true);
+      SCOPED_TRACE(text);
+      std::vector<outcome> expected;
+      for (const int samples : {1000, 16, 3}) {
+        const stretch_of stretch(samples);
+        const auto r = renderer(text, frame);
+        if (!r) break;
+        const std::vector<outcome> got = {outcome_of(*r), outcome_of(*r)};
+        if (samples == 1000) expected = got;
+        EXPECT_EQ(got, expected) << "stretches of " << samples << " from column " << frame.x0;
+      }
+    }
+}
+
 /// The engine's own table, for a while at another level.
 class catalogue_at {
  public:

@@ -68,14 +68,15 @@ std::vector<broken_text> generated_definitions() {
   cases.push_back({"a modifier of 10,000 characters", "(define A (Source) (" + word + ") dest = nothing)"});
   cases.push_back({"a declaration of 10,000 characters", "(define A b = 1 (" + word + ") dest = b)"});
   std::string many = "(define A ";
-  for (int i = 0; i < 41; ++i) many += "p" + std::to_string(i) + " = 1 ";
+  for (int i = 0; i < 41; ++i) many.append("p").append(std::to_string(i)).append(" = 1 ");
   cases.push_back({"41 parameters", many + "dest = (+ p0 p40))"});
   cases.push_back(
       {"nesting of 5,000", "(define A dest = " + repeated("(abs ", 5000) + "1" + repeated(")", 5000) + ")"});
   cases.push_back({"nesting of 5,000 without an end", "(define A dest = " + repeated("(abs ", 5000)});
   cases.push_back({"5,000 opening brackets", "(define A dest = " + repeated("(", 5000)});
   std::string chain = "(define A dest = v0 ";
-  for (int i = 0; i < 5000; ++i) chain += "v" + std::to_string(i) + " = (+ v" + std::to_string(i + 1) + " 1) ";
+  for (int i = 0; i < 5000; ++i)
+    chain.append("v").append(std::to_string(i)).append(" = (+ v").append(std::to_string(i + 1)).append(" 1) ");
   cases.push_back({"a chain of 5,000 variables without an end", chain + ")"});
   std::mt19937 random(20061);
   for (int seed = 0; seed < 12; ++seed) {
@@ -130,6 +131,21 @@ TEST_F(bad_input, definition_files_that_are_no_files_are_refused) {
   expect_refused("render A --defs /dev/null" + out, "an empty device");
   expect_refused("check " + shell_quoted(folder.file("missing.text")), "check of a missing file");
   expect_refused("check " + shell_quoted(folder.path()), "check of a directory");
+}
+
+TEST_F(bad_input, a_byte_that_would_end_the_text_unseen_is_refused_with_its_line) {
+  const std::string file = folder.write("a.text", "(define A () dest = 1)\n// \xff\n(define B () dest = nosuch)\n");
+  const command_result result = run_console("check " + shell_quoted(file));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find(file + ":2: holds the byte 0xFF"), std::string::npos) << result.err;
+}
+
+TEST_F(bad_input, a_warning_of_a_definition_stays_out_of_the_results) {
+  const std::string file = folder.write("a.text", "(define A () a = 1 (page One) b = 2 (column_n -5) dest = (+ a b))");
+  const command_result result = run_console("info A --json --defs " + shell_quoted(file));
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out.substr(0, 1), "{") << result.out;
+  EXPECT_NE(result.err.find("Warning: A column_n of b goes backwards"), std::string::npos) << result.err;
 }
 
 TEST_F(bad_input, broken_images_are_refused) {

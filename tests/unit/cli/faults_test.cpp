@@ -17,6 +17,37 @@ TEST_F(Cli, help_and_version_end_well) {
   }
 }
 
+TEST_F(Cli, a_command_line_without_a_known_verb_lists_the_verbs) {
+  for (const std::vector<std::string>& arguments :
+       std::initializer_list<std::vector<std::string>>{{}, {"rendr"}, {"--json"}}) {
+    const auto result = run(arguments);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_TRUE(has(result.err, "tessaron: expected a verb: render, list, info, plan, check")) << result.err;
+  }
+  EXPECT_TRUE(has(run({"rendr"}).err, "got 'rendr'. Did you mean render?"));
+}
+
+TEST_F(Cli, a_wrong_command_line_names_the_verb_whose_help_helps) {
+  for (const std::vector<std::string>& arguments : std::initializer_list<std::vector<std::string>>{
+           {"check"}, {"check", "--nosuch", "a"}, {"check", ""}, {"check", "--config-dir"}}) {
+    const auto result = run(arguments);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err.rfind("tessaron: ", 0), 0u) << result.err;
+    EXPECT_TRUE(has(result.err, "\nRun tessaron check --help for the options.\n")) << result.err;
+  }
+}
+
+TEST_F(Cli, an_empty_value_is_not_the_default) {
+  for (const char* option : {"--defs", "--plugin", "--config-dir", "-o", "-i", "-p", "--frames", "--size", "--fix",
+                             "--pixel-format", "--downsample", "--missing", "--progress"}) {
+    const auto result = run({"render", "Invert", "--hash", option, ""});
+    EXPECT_EQ(result.status, 2) << option;
+    EXPECT_TRUE(has(result.err, "is empty")) << option << ": " << result.err;
+    EXPECT_EQ(result.out, "") << option;
+  }
+}
+
 struct fault_case {
   const char* what;
   std::vector<std::string> arguments;  // behind render; {in}, {out}, {dir} stand for paths

@@ -108,6 +108,21 @@ TEST_F(CliSequence, no_clobber_leaves_existing_files_alone) {
   EXPECT_EQ(first_sample("o.2.ppm"), 20);
 }
 
+TEST_F(CliSequence, no_clobber_leaves_each_existing_file_alone) {
+  // The picture is there and the values are not, then the other way round.
+  const std::vector<std::string> options = {"--size", "1x1",         "-o",          path("o.ppm"),
+                                            "--fix",  path("o.npy"), "--no-clobber"};
+  folder.write("o.ppm", "mine");
+  ASSERT_EQ(render("Flat", options).status, 0);
+  EXPECT_EQ(folder.read("o.ppm"), "mine");
+  EXPECT_EQ(folder.read("o.npy").substr(1, 5), "NUMPY");
+  std::filesystem::remove(path("o.ppm"));
+  folder.write("o.npy", "mine");
+  ASSERT_EQ(render("Flat", options).status, 0);
+  EXPECT_EQ(folder.read("o.npy"), "mine");
+  EXPECT_EQ(folder.read("o.ppm").substr(0, 2), "P6");
+}
+
 TEST_F(CliSequence, dry_run_says_what_it_would_do_and_does_nothing) {
   write_frames({1, 2});
   const auto result = render("Keep", {"-i", in(), "-o", path("o.#.ppm"), "--frames", "1-2", "--dry-run"});
@@ -115,7 +130,9 @@ TEST_F(CliSequence, dry_run_says_what_it_would_do_and_does_nothing) {
   EXPECT_EQ(result.out, "frame 1: " + path("s.0001.ppm") + " -> " + path("o.1.ppm") +
                             "\nframe 2: " + path("s.0002.ppm") + " -> " + path("o.2.ppm") + "\n");
   EXPECT_FALSE(std::filesystem::exists(path("o.1.ppm")));
-  EXPECT_EQ(render("Keep", {"-i", in(), "-o", path("o.#.ppm"), "--frames", "1-3", "--dry-run"}).status, 1);
+  const auto incomplete = render("Keep", {"-i", in(), "-o", path("o.#.ppm"), "--frames", "3", "--dry-run"});
+  EXPECT_EQ(incomplete.status, 1);
+  EXPECT_EQ(incomplete.out, "frame 3: (frame 3 is missing: " + path("s.0003.ppm") + ") -> " + path("o.3.ppm") + "\n");
 }
 
 TEST_F(CliSequence, progress_on_standard_output_counts_frames) {

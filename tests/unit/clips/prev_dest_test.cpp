@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "evaluator/frame.h"
+#include "evaluator/pixel_loop.h"
 #include "evaluator/workers.h"
 #include "support/render_kit.h"
 
@@ -237,6 +238,28 @@ TEST(get_prev_dest, is_clear_where_the_host_asked_for_no_pixels) {
       EXPECT_EQ(root.samples[std::size_t(y * 8 + x) * std::size_t(root.elements)], inside ? 2048 + 2 * STEP : STEP)
           << x << "," << y;
     }
+}
+
+// A row that is computed in several stretches: what the first one stores must not reach into those behind it.
+TEST(get_prev_dest, is_there_in_all_columns_of_a_part_of_the_frame) {
+  const struct short_stretches {
+    short_stretches() { set_stretch_override(16); }
+    ~short_stretches() { set_stretch_override(0); }
+  } shortened;
+  run_of_frames run(COUNTER, 70, 4);
+  for (int frame = 0; frame < 3; ++frame) {
+    frame_request part = run.request(frame);
+    part.extent = pf_rect{3, 1, 66, 3};
+    const frame_result result = run.render(part);
+    ASSERT_EQ(result.error, 0) << text_of(result.messages);
+    for (int x = 3; x < 66; ++x)
+      ASSERT_EQ(result.root.samples.at(std::size_t(70 * 2 + x) * result.root.elements), STEP * (frame + 1)) << x;
+  }
+  // Left and right of the part nothing was computed, and nothing is kept.
+  const frame_result whole = run.render(run.request(3));
+  for (int x = 0; x < 70; ++x)
+    ASSERT_EQ(whole.root.samples.at(std::size_t(70 * 2 + x) * whole.root.elements), x < 3 || x >= 66 ? STEP : 4 * STEP)
+        << x;
 }
 
 TEST(get_prev_dest, is_the_same_with_any_number_of_workers) {

@@ -91,6 +91,8 @@ TEST_F(CustomListing, the_fourth_input_ends_the_list) {
   EXPECT_EQ(at(0).n_inputs, 4);
   EXPECT_STREQ(at(0).input_names[3], "w");
   EXPECT_EQ(at(1).n_inputs, 0);
+  EXPECT_EQ(list("(define A (x y z w (define B (v) 1)"), 2) << "what follows is searched for definitions";
+  EXPECT_STREQ(at(1).input_names[0], "v");
 }
 
 TEST_F(CustomListing, bodies_are_not_read) {
@@ -147,16 +149,33 @@ TEST_F(CustomListing, the_end_inside_a_list_breaks_the_listing) {
   EXPECT_EQ(reports.severity_of("Eof while reading custom plug-in B \n"), 8);
 }
 
-TEST_F(CustomListing, long_names_are_cut_to_their_fields) {
-  ASSERT_EQ(list("(define " + std::string(40, 'n') + " (" + std::string(31, 'a') + " b " + std::string(12, 'c') +
-                 " abcdefghijk) 1)"),
-            1);
+TEST_F(CustomListing, a_long_effect_name_is_cut_to_its_field) {
+  ASSERT_EQ(list("(define " + std::string(40, 'n') + " (a) 1)"), 1);
   EXPECT_EQ(at(0).name, std::string(31, 'n'));
-  EXPECT_EQ(at(0).n_inputs, 4);
-  EXPECT_EQ(at(0).input_names[0], std::string(11, 'a'));
-  EXPECT_STREQ(at(0).input_names[1], "b");
-  EXPECT_EQ(at(0).input_names[2], std::string(11, 'c'));
-  EXPECT_STREQ(at(0).input_names[3], "abcdefghijk");
+  EXPECT_EQ(at(0).n_inputs, 1);
+  EXPECT_STREQ(at(0).input_names[0], "a");
+}
+
+TEST_F(CustomListing, a_long_input_name_runs_into_the_next_places) {
+  // Places are 12 bytes long, in a row.
+  const auto names = [this] { return std::string(at(0).input_names[0], sizeof at(0).input_names); };
+  const auto bytes = [](std::string text) { return text.append(48 - text.size(), '\0'); };
+  ASSERT_EQ(list("(define A (abcdefghijkl) 1)"), 1);
+  EXPECT_EQ(names(), bytes("abcdefghijkl"));
+  ASSERT_EQ(list("(define A (" + std::string(40, 'a') + ") 1)"), 1);
+  EXPECT_EQ(names(), bytes(std::string(31, 'a')));
+  // What comes next writes over it.
+  ASSERT_EQ(list("(define A (" + std::string(31, 'a') + " b) 1)"), 1);
+  EXPECT_EQ(names(), bytes(std::string(12, 'a') + "b" + '\0' + std::string(17, 'a')));
+  EXPECT_EQ(at(0).n_inputs, 2);
+}
+
+TEST_F(CustomListing, a_long_input_name_ends_with_the_record) {
+  ASSERT_EQ(list("(define A (a b c " + std::string(31, 'd') + ") 1) (define B (x) 1)"), 2);
+  EXPECT_EQ(at(0).input_names[3], std::string(11, 'd'));
+  EXPECT_STREQ(at(1).name, "B");
+  ASSERT_EQ(list("(define A (a b " + std::string(31, 'c') + ") 1)"), 1);
+  EXPECT_EQ(std::string(at(0).input_names[2], 24), std::string(23, 'c') + '\0');
 }
 
 TEST_F(CustomListing, binary_files_do_no_harm) {

@@ -140,6 +140,13 @@ TEST_F(ConfigKeys, no_digit_clears_a_ratio_and_other_refusals_keep_it) {
   EXPECT_EQ(config.force_pixel_aspect_ratio, 2);
 }
 
+TEST_F(ConfigKeys, a_later_zero_leaves_the_ratio_to_the_host_again) {
+  read("force_pixel_aspect_ratio: 2 force_pixel_aspect_ratio: 0");
+  EXPECT_EQ(config.force_pixel_aspect_ratio, 0);
+  EXPECT_EQ(reports.count_part("Illegal value"), 0) << reports.all();
+  EXPECT_EQ(config_notes(), "");
+}
+
 TEST_F(ConfigKeys, a_key_twice_warns_and_the_second_value_stands) {
   read("use_dials_for_angles_df: 0 use_dials_for_angles_df: 1 input_lut: a input_lut: b");
   EXPECT_EQ(reports.severity_of("Already saw use_dials_for_angles_df in config file"), 7) << reports.all();

@@ -2,8 +2,11 @@
 #include "host/inspect.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
+#include <fstream>
+#include <thread>
 
 #include "console/describe.h"
 #include "console/json_records.h"
@@ -77,6 +80,29 @@ TEST(ScanDefinitions, files_that_cannot_be_read_are_named) {
   folder.write("empty", "");
   EXPECT_TRUE(scan_definitions(folder.file("empty"), found, error));
   EXPECT_TRUE(found.empty());
+}
+
+TEST(ScanDefinitions, definitions_may_come_through_a_pipe) {
+  const scratch_folder folder;
+  const std::string path = folder.file("pipe.text");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  std::string source = "// " + std::string(200000, 'x') + "\n";  // more than a pipe holds at once
+  source += "(define Piped () dest = 1)";
+  std::thread writer([&] { std::ofstream(path) << source; });
+  std::vector<definition_text> found;
+  std::string error;
+  EXPECT_TRUE(scan_definitions(path, found, error)) << error;
+  writer.join();
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_EQ(found[0].name, "Piped");
+  EXPECT_EQ(found[0].line, 2);
+}
+
+TEST(ScanDefinitions, a_device_without_an_end_is_too_large) {
+  std::vector<definition_text> found;
+  std::string error;
+  EXPECT_FALSE(scan_definitions("/dev/zero", found, error));
+  EXPECT_EQ(error, "/dev/zero: is too large for a text of definitions");
 }
 
 TEST(InspectDefinition, reports_carry_words_and_place) {

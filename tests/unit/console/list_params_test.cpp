@@ -1,11 +1,7 @@
 // Popups that a data file fills, on the command line and in what is printed of an effect.
-#include <gtest/gtest.h>
-
 #include "console/describe.h"
-#include "console/errors.h"
-#include "console/find_effect.h"
-#include "console/param_args.h"
 #include "host/inspect.h"
+#include "param_kit.h"
 #include "tests/support/scratch_folder.h"
 
 namespace tessaron::console {
@@ -17,26 +13,13 @@ class ListParams : public ::testing::Test {
   void SetUp() override {
     folder_.write("t_lensflares.text", "begin Low_Sun end begin Lamp end begin Far_Away,_at_Sea end");
     inspect_use_config_dir(folder_.path());
-    std::vector<definition_text> definitions;
-    scan_definition_text(
+    effect_ = bound(
         "(define Sample () Kind = 2 (lens_flare_names)\n"
-        "  dest = (lens_flare Kind [0 0] [0 0] 1 1 1 0 [1 1 1] [1 1 1] [1 1 1]))\n",
-        "sample.text", definitions);
-    std::vector<inspected_report> reports;
-    effect_.reset(inspect_definition(definitions.at(0), reports));
-    for (const inspected_report& report : reports) ADD_FAILURE() << report.text;
+        "  dest = (lens_flare Kind [0 0] [0 0] 1 1 1 0 [1 1 1] [1 1 1] [1 1 1]))\n");
     ASSERT_TRUE(effect_);
   }
   param_setting parse(const std::string& text) const { return parse_param(text, *effect_); }
-  std::string fault(const std::string& text) const {
-    try {
-      parse(text);
-    } catch (const command_line_error& error) {
-      return error.what();
-    }
-    ADD_FAILURE() << text << " was accepted";
-    return "";
-  }
+  std::string fault(const std::string& text) const { return fault_of(text, *effect_); }
   /// What the host's popup is at after a -p.
   int entry(const std::string& text) {
     apply_params({parse(text)}, 0, *effect_);

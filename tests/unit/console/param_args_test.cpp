@@ -1,9 +1,6 @@
 #include "console/param_args.h"
 
-#include <gtest/gtest.h>
-
-#include "console/errors.h"
-#include "console/find_effect.h"
+#include "param_kit.h"
 
 namespace tessaron::console {
 namespace {
@@ -12,8 +9,7 @@ namespace {
 class ParamArgs : public testing::Test {
  protected:
   void SetUp() override {
-    std::vector<definition_text> definitions;
-    scan_definition_text(
+    effect_ = bound(
         "(define Sample ()\n"
         "  Amount = 0.5\n"
         "  Tint = [1 0.7 0.4] (color)\n"
@@ -21,24 +17,11 @@ class ParamArgs : public testing::Test {
         "  Mode = 1 (popup Fast Best \"Very best\")\n"
         "  Flip = 0 (boolean)\n"
         "  Long_Name = 2\n"
-        "  dest = (* (* (* Tint Amount) (+ Mode Flip)) (* (element_of Center 0) Long_Name)))\n",
-        "sample.text", definitions);
-    ASSERT_EQ(definitions.size(), 1u);
-    std::vector<inspected_report> reports;
-    effect_.reset(inspect_definition(definitions[0], reports));
-    for (const inspected_report& report : reports) ADD_FAILURE() << report.text;
+        "  dest = (* (* (* Tint Amount) (+ Mode Flip)) (* (element_of Center 0) Long_Name)))\n");
     ASSERT_TRUE(effect_);
   }
   param_setting parse(const std::string& text) const { return parse_param(text, *effect_); }
-  std::string fault(const std::string& text) const {
-    try {
-      parse(text);
-    } catch (const command_line_error& error) {
-      return error.what();
-    }
-    ADD_FAILURE() << text << " was accepted";
-    return "";
-  }
+  std::string fault(const std::string& text) const { return fault_of(text, *effect_); }
   genotype_ptr effect_;
 };
 

@@ -1,10 +1,7 @@
 // Host controls back into the numbers of a definition: -p with them gives the same controls.
 #include "console/param_numbers.h"
 
-#include <gtest/gtest.h>
-
-#include "console/find_effect.h"
-#include "console/param_args.h"
+#include "param_kit.h"
 
 namespace tessaron::console {
 namespace {
@@ -12,8 +9,7 @@ namespace {
 class ParamNumbers : public ::testing::Test {
  protected:
   void SetUp() override {
-    std::vector<definition_text> definitions;
-    scan_definition_text(
+    effect_ = bound(
         "(define Sample ()\n"
         "  Amount = 0.5 (min -40000 max 40000)\n"
         "  Share = 50 (percent)\n"
@@ -27,11 +23,7 @@ class ParamNumbers : public ::testing::Test {
         "  Flip = 0 (boolean)\n"
         "  Count = 3 (int)\n"
         "  dest = (+ (+ (* (* Tint Amount) (+ Mode (+ Flip Share))) (+ Turn Count))\n"
-        "            (element_of (+ (+ Pair Corner) (+ Middle Norm)) 0)))\n",
-        "sample.text", definitions);
-    std::vector<inspected_report> reports;
-    effect_.reset(inspect_definition(definitions.at(0), reports));
-    for (const inspected_report& report : reports) ADD_FAILURE() << report.text;
+        "            (element_of (+ (+ Pair Corner) (+ Middle Norm)) 0)))\n");
     ASSERT_TRUE(effect_);
     own_ = inspect_host_params(*effect_);
   }

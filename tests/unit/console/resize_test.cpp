@@ -1,5 +1,5 @@
 // Pictures in another size.
-#include "console/resize.h"
+#include "console/image_files.h"
 
 #include <gtest/gtest.h>
 

@@ -59,12 +59,5 @@ inline planes_of_result picture(const test_frame& f, const definition_renderer::
   }
   return planes;
 }
-inline double mean_difference(const planes_of_result& a, const planes_of_result& b) {
-  double sum = 0;
-  std::size_t count = 0;
-  for (std::size_t e = 0; e < a.size(); ++e)
-    for (std::size_t i = 0; i < a[e].size(); ++i, ++count) sum += std::abs(a[e][i] - b[e][i]);
-  return sum / double(count);
-}
 
 }  // namespace tessaron::testing

@@ -7,6 +7,7 @@
 
 #include "damage_kit.h"
 #include "operators/jpeg_strip.h"
+#include "tests/support/abort_questions.h"
 #include "tests/support/report_capture.h"
 
 namespace tessaron::testing {
@@ -113,7 +114,20 @@ TEST(jpeg_damage, quantisers_follow_their_factors) {
     s.luma = odd;
     const int value = scaled_quantiser(255, 4, 4, false, s);
     EXPECT_GE(value, 1);
-    EXPECT_LE(value, 32767);
+    EXPECT_LE(value, 8191);
+  }
+}
+
+TEST(jpeg_damage, steps_beyond_every_coefficient_leave_the_middle_grey) {
+  // At quality 50 the first step of brightness is 16: these make it 8192 and more, up to a 16-bit number's end.
+  for (float luma : {512.0f, 1024.0f, 1500.0f, 2047.9f, 1e9f}) {
+    jpeg_settings s;
+    s.quality = 50;
+    s.luma = luma;
+    std::uint8_t pixels[16 * 16 * 3];
+    for (int i = 0; i < 16 * 16 * 3; ++i) pixels[i] = std::uint8_t(i / 3);  // grey
+    ASSERT_EQ(recode_strip(s, pixels, 16, 16, 0).outcome, jpeg_outcome::done);
+    for (std::uint8_t v : pixels) ASSERT_EQ(v, 128) << luma;
   }
 }
 
@@ -250,18 +264,7 @@ TEST(jpeg_damage, of_a_picture_too_wide_for_the_format_fails_with_the_codecs_wor
 TEST(jpeg_damage, stops_where_the_user_asks) {
   definition_renderer r(damage_numbers{}.with_errors().text(), {.width = 200, .height = 200, .source_channels = 4});
   r.set_source(0, edges);
-  static std::int64_t now;
-  static int left;
-  set_abort_clock([] { return now += 1000; });
-  set_abort_query([] { return int(left-- <= 0); });
-  int stopped = 0;
-  for (int allowed = 0; allowed < 80; ++allowed) {
-    left = allowed;
-    stopped += !r.render();
-  }
-  set_abort_query(nullptr);
-  set_abort_clock(nullptr);
-  EXPECT_GT(stopped, 20);
+  EXPECT_GT(stopped_renders(r, 80), 20);
   EXPECT_TRUE(r.render());
 }
 

@@ -85,6 +85,12 @@ TEST(folding, leaves_functions_that_are_never_constant) {
   }
 }
 
+TEST(folding, leaves_an_operator_on_lines_of_two_constants) {
+  definition_renderer r("(define F () () dest = (gamma (interlace 0.25 0.5 0) 2))", {.width = 3, .height = 4});
+  ASSERT_TRUE(r.render());
+  for (int y = 0; y < 4; ++y) EXPECT_EQ(r.at(0, 1, y), y % 2 ? 1024 : 256) << y;
+}
+
 TEST(folding, follows_parameters) {
   definition_renderer r("(define F (Source) () p = 0.5 dest = (+ Source (* p 2)))");
   r.fill_records();

@@ -3,15 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 
 #include "evaluator/workers.h"
-#include "installer/custom_listing.h"
 #include "operators/film_tables.h"
 #include "operators/film_types.h"
+#include "tests/support/config_folder.h"
 #include "tests/support/report_capture.h"
-#include "tests/support/scratch_folder.h"
+#include "tests/support/spoilt_text.h"
 
 namespace tessaron::testing {
 
@@ -70,39 +69,20 @@ end Slide
 enum negatives : int { NO_NEG, LOG, STOPS, LINEAR, POINT, PLAIN };
 enum prints : int { NO_PRINT, PAPER, SLIDE };
 
-/// A configuration directory, as long as it lives.
-class film_directory {
+/// A configuration directory with a film file, as long as it lives.
+class film_directory : public config_folder {
  public:
-  explicit film_directory(const std::string& films = FILMS) {
-    folder_.write("t_filmtypes.text", films);
-    const char* before = std::getenv("TESSARON_CONFIG_DIR");
-    if (before) before_ = before;
-    had_one_ = before;
-    setenv("TESSARON_CONFIG_DIR", folder_.path().c_str(), 1);
+  explicit film_directory(const std::string& films = FILMS) : config_folder({{"t_filmtypes.text", films}}) {
     start_fork_workers();
     forget();
   }
-  ~film_directory() {
-    if (had_one_)
-      setenv("TESSARON_CONFIG_DIR", before_.c_str(), 1);
-    else
-      unsetenv("TESSARON_CONFIG_DIR");
-    forget();
-  }
-  film_directory(const film_directory&) = delete;
-  film_directory& operator=(const film_directory&) = delete;
-
-  const scratch_folder& folder() const { return folder_; }
+  ~film_directory() { forget(); }
 
  private:
   static void forget() {
-    reset_custom_listing();
     reset_film_types();
     reset_film_tables();
   }
-  scratch_folder folder_;
-  std::string before_;
-  bool had_one_ = false;
 };
 
 }  // namespace tessaron::testing

@@ -5,6 +5,7 @@
 
 #include "evaluator/bounds.h"
 #include "film_effect_kit.h"
+#include "tests/support/abort_questions.h"
 
 namespace tessaron::testing {
 namespace {
@@ -209,18 +210,7 @@ TEST_F(film_looks, stops_where_the_user_asks) {
   n.grain_blur[0] = 0.1;
   definition_renderer r(n.text(), GREY);
   r.set_source(0, random_picture(GREY.width, 0, 4096));
-  static std::int64_t now;
-  static int left;
-  set_abort_clock([] { return now += 1000; });
-  set_abort_query([] { return int(left-- <= 0); });
-  int stopped = 0;
-  for (int allowed = 0; allowed < 120; ++allowed) {
-    left = allowed;
-    stopped += !r.render();
-  }
-  set_abort_query(nullptr);
-  set_abort_clock(nullptr);
-  EXPECT_GT(stopped, 20);
+  EXPECT_GT(stopped_renders(r, 120), 20);
   EXPECT_TRUE(r.render());
 }
 

@@ -6,27 +6,21 @@
 #include <string>
 #include <vector>
 
-#include "host/inspect.h"
 #include "operators/lens_flares.h"
+#include "tests/support/config_folder.h"
+#include "tests/support/plane_checks.h"
 #include "tests/support/report_capture.h"
-#include "tests/support/scratch_folder.h"
+#include "tests/support/spoilt_text.h"
 #include "tests/unit/operators/gradient_kit.h"
 
 namespace tessaron::testing {
 
 /// A configuration directory with the given data files, while it lives.
-class flare_files {
+class flare_files : public config_folder {
  public:
-  explicit flare_files(const std::string& lens_flares, const std::string& glares = "") {
-    folder_.write("t_lensflares.text", lens_flares);
-    folder_.write("t_glares.text", glares);
-    inspect_use_config_dir(folder_.path());
-  }
+  explicit flare_files(const std::string& lens_flares, const std::string& glares = "")
+      : config_folder({{"t_lensflares.text", lens_flares}, {"t_glares.text", glares}}) {}
   ~flare_files() { free_flare_lists(); }
-  const scratch_folder& folder() const { return folder_; }
-
- private:
-  scratch_folder folder_;
 };
 
 /// One entry around elements.

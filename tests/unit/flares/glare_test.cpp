@@ -381,16 +381,7 @@ TEST(glare, survives_any_values) {
 TEST(glare, checks_its_planes) {
   const flare_files files("", DOT);
   definition_renderer r("(define G (Source) () shine = (glare Source 0.5 0 [1 1] 1 1 0 0 0 0) dest = (+ shine 0))");
-  ASSERT_TRUE(r.render());
-  node n = *r.calls_of("glare")[0];
-  report_capture reports;
-  n.image_count = 5;
-  EXPECT_THROW(n.image_fun(n), TessaronAbortException);
-  EXPECT_TRUE(reports.has("node shine has image_count 5, expected 6.")) << reports.all();
-  n.image_count = 6;
-  n.images[4] = nullptr;
-  EXPECT_THROW(n.image_fun(n), TessaronAbortException);
-  EXPECT_TRUE(reports.has("node shine has NULL image 4.")) << reports.all();
+  expect_planes_are_checked(r, "glare", 6);
 }
 
 }  // namespace

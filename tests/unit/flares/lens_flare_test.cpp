@@ -135,16 +135,7 @@ TEST(lens_flare, survives_any_values) {
 TEST(lens_flare, checks_its_planes) {
   const flare_files files(TWO);
   definition_renderer r("(define F () shine = " + flare_settings{}.call() + " dest = (+ shine 0))");
-  ASSERT_TRUE(r.render());
-  node n = *r.calls_of("lens_flare")[0];
-  report_capture reports;
-  n.image_count = 2;
-  EXPECT_THROW(n.image_fun(n), TessaronAbortException);
-  EXPECT_TRUE(reports.has("node shine has image_count 2, expected 3.")) << reports.all();
-  n.image_count = 3;
-  n.images[2] = nullptr;
-  EXPECT_THROW(n.image_fun(n), TessaronAbortException);
-  EXPECT_TRUE(reports.has("node shine has NULL image 2.")) << reports.all();
+  expect_planes_are_checked(r, "lens_flare", 3);
 }
 
 TEST(lens_flare, stops_when_asked) {

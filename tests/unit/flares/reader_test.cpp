@@ -265,25 +265,7 @@ TEST(flare_reader, survives_any_bytes) {
       entry(SPOT + RAYS, "B") + "between\n" + entry("hexagon center 1 radii 1 2 c 1 1 1 0 0 0", "C");
   std::mt19937 random(11);
   for (int round = 0; round < 1500; ++round) {
-    std::string text = whole;
-    for (int k = 1 + int(random() % 6); k > 0; --k) {
-      const std::size_t at = random() % text.size();
-      switch (random() % 4) {
-        case 0:
-          text[at] = char(random());
-          break;
-        case 1:
-          text.erase(at, 1 + random() % 20);
-          break;
-        case 2:
-          text.insert(at, whole.substr(random() % whole.size(), random() % 60));
-          break;
-        default:
-          text.insert(at, std::string(1 + random() % 3, char(random() % 4 ? "0e-.\" ="[random() % 7] : 0)));
-          break;
-      }
-      if (text.empty()) text.push_back(' ');
-    }
+    const std::string text = spoilt(whole, random);
     // Broken as it may be, an entry of its own lines behind it is read.
     const read_file f(text + "\nend\n" + good("Last"));
     ASSERT_GE(f.count, 1) << text;

@@ -212,6 +212,13 @@ TEST(binding, a_function_of_constants_is_constant) {
   EXPECT_FALSE(constant(read_text("(define A dest = x)")->nodes[0]));
 }
 
+TEST(binding, what_differs_from_line_to_line_is_not_constant) {
+  const auto g = read_text("(define A dest = (blur (interlace 0.25 0.75 0) 1 0 1 0))");
+  EXPECT_FALSE(constant(*node_named(*g, "_interlace")));
+  EXPECT_FALSE(constant(g->nodes[0]));
+  EXPECT_EQ(g->nodes[0].image_count, 1);
+}
+
 TEST(binding, sources_and_frame_queries_vary_with_time_and_coordinates_do_not) {
   EXPECT_TRUE(time_dependent(read_text("(define A (S) dest = (abs S))")->nodes[0]));
   EXPECT_TRUE(time_dependent(read_text("(define A dest = (get_time))")->nodes[0]));

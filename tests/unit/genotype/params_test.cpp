@@ -434,6 +434,15 @@ TEST(params, an_id_may_be_relative) {
   EXPECT_EQ(p->group_mode, 3);
 }
 
+TEST(params, an_id_beyond_its_range_is_reported_and_limited) {
+  EXPECT_EQ(declared("a = 1 (id 32767)")->host_id, 32767);
+  EXPECT_TRUE(declared("a = 1 (id 32767)").reports().empty());
+  const declared p("a = 1 (id 99999)");
+  EXPECT_EQ(p->host_id, 32767);
+  EXPECT_EQ(p.reports().severity_of("A.a: id 99999 is out of range; ids are up to 32767.\n"), REPORT_WARNING);
+  EXPECT_EQ(declared("a = 1 (id -99999)")->host_id, -32768);
+}
+
 // --- widgets ---------------------------------------------------------------------------------------
 
 TEST(params, a_widget_stands_for_its_own_parameter_unless_it_names_one) {
@@ -481,6 +490,26 @@ TEST(params, widget_numbers_beyond_their_range_are_reported) {
         REPORT_WARNING)
         << p.reports().all();
   }
+}
+
+TEST(params, enable_numbers_of_widgets_beyond_their_range_are_reported) {
+  for (const char* number : {"705", "-3"}) {
+    const declared p(std::string("a = 1 (widget ring wenable ") + number + ")");
+    ASSERT_NE(p->widgets, nullptr);
+    EXPECT_EQ(p->widgets->enable_number, *number == '-' ? -1 : 127);
+    EXPECT_EQ(
+        p.reports().severity_of(std::string("A.a: widget ring has wenable ") + number + "; numbers are 0 to 127.\n"),
+        REPORT_WARNING)
+        << p.reports().all();
+  }
+}
+
+TEST(params, a_widget_number_that_is_none_is_reported_and_unset) {
+  const declared p("a = 1 (widget ring wenable 0e999 0e999)");  // nothing times infinity
+  ASSERT_NE(p->widgets, nullptr);
+  EXPECT_EQ(p->widgets->enable_number, -1);
+  EXPECT_EQ(p->widgets->order, -1);
+  EXPECT_EQ(p.reports().count_part("numbers are 0 to 127"), 2);
 }
 
 TEST(params, a_pointer_without_a_widget_gets_a_cross) {

@@ -61,6 +61,7 @@ constexpr fault FAULTS[] = {
      "In A: non number 'b' in a vector, (use v2, v3, or v4 function)."},
     {"no_closing_bracket", "(define A dest = 0", "Eof reading genotype assignment."},
     {"nothing_behind_the_name", "(define A", "Eof reading genotype assignment."},
+    {"end_behind_equals", "(define A dest =", "In A: the text ends before the definition does."},
     {"end_in_an_expression", "(define A dest = (+ 1", "In A: the text ends before the definition does."},
     {"end_in_a_vector", "(define A dest = [1", "In A: the text ends before the definition does."},
     {"end_in_a_declaration", "(define A a = 1 (min", "In A: the text ends before the definition does."},
@@ -213,6 +214,8 @@ TEST(statements, functions_tell_what_they_do_to_the_effect) {
   };
   EXPECT_EQ(flags("(abs S)"), 0);
   EXPECT_EQ(flags("(get_time)"), GENO0_FRAME_DEPENDENT);
+  EXPECT_EQ(flags("(get_frame 0 0 0)"), GENO0_READS_CLIPS);
+  EXPECT_EQ(flags("(get_prev_dest S)"), GENO0_PREV_OUTPUT | GENO0_FRAME_DEPENDENT);
 }
 
 TEST(statements, an_opacity_parameter_is_noted) {
@@ -379,6 +382,16 @@ TEST(statements, an_overlong_token_fails_the_definition_with_one_report) {
     report_capture reports;
     EXPECT_EQ(read_text(text), nullptr);
     EXPECT_EQ(reports.count_part("In A: a token is longer than 1023 characters: 'bbbb"), 1) << reports.all();
+    EXPECT_EQ(reports.count(), 1u) << reports.all();
+  }
+}
+
+TEST(statements, an_overlong_token_in_front_of_a_reference_fails_the_definition_too) {
+  const std::string word(3000, 'b');
+  for (const std::string& list : {"a = 1 (page " + word + ")", "a = 1 (popup x " + word + ")"}) {
+    report_capture reports;
+    EXPECT_EQ(read_text("(define A " + list + " #ref B dest = (+ a b)) (define B b = 1)"), nullptr);
+    EXPECT_EQ(reports.count_part("a token is longer than 1023 characters"), 1) << reports.all();
     EXPECT_EQ(reports.count(), 1u) << reports.all();
   }
 }

@@ -1,5 +1,7 @@
 #include "genotype/text_reader.h"
 
+#include <unistd.h>
+
 #include <cstring>
 #include <string>
 #include <vector>
@@ -152,6 +154,20 @@ TEST_F(text_reader, open_files_are_counted) {
   EXPECT_EQ(open_file_count, before);
 }
 
+TEST_F(text_reader, a_file_that_fails_to_close_is_reported_and_no_longer_counted) {
+  const temporary_file file("x");
+  const int before = open_file_count;
+  std::FILE* stream = open_reading_file(file.path());
+  ASSERT_NE(stream, nullptr);
+  ::testing::internal::CaptureStderr();
+  ASSERT_EQ(::close(fileno(stream)), 0);  // under the stream
+  EXPECT_EQ(close_reading_file(stream), -1);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), std::string("Reason: ") + std::strerror(EBADF) + "\n");
+  EXPECT_TRUE(reports_.has("Close file failed."));
+  EXPECT_EQ(open_file_count, before);
+  reading_from_file_ptr = nullptr;
+}
+
 TEST_F(text_reader, put_back_undoes_one_character) {
   source("ab");
   EXPECT_EQ(get_next_char(), 'a');
@@ -250,6 +266,24 @@ TEST_F(text_reader, the_longest_token_is_one_less_than_its_buffer) {
   EXPECT_EQ(all_tokens(std::string(TOKEN_SIZE - 1, 'x'))[0], std::string(TOKEN_SIZE - 1, 'x'));
   EXPECT_FALSE(take_token_cut());
   EXPECT_TRUE(reports_.empty());
+}
+
+TEST_F(text_reader, the_slashes_of_a_comment_do_not_count_as_part_of_a_token) {
+  EXPECT_EQ(all_tokens(std::string(TOKEN_SIZE - 1, 'x') + "//y\nz"), (words{std::string(TOKEN_SIZE - 1, 'x'), "z"}));
+  EXPECT_FALSE(take_token_cut());
+  EXPECT_TRUE(reports_.empty());
+  EXPECT_EQ(all_tokens(std::string(TOKEN_SIZE, 'x') + "//y\nz"), (words{std::string(TOKEN_SIZE - 1, 'x'), "z"}));
+  EXPECT_TRUE(take_token_cut());
+}
+
+TEST_F(text_reader, a_position_behind_the_end_of_a_file_is_its_end) {
+  const temporary_file file("one");
+  std::FILE* stream = open_reading_file(file.path());
+  set_reading_from_position(1L << 40);
+  EXPECT_EQ(next(), "<end>");
+  set_reading_from_position(0);
+  EXPECT_EQ(next(), "one");
+  close_reading_file(stream);
 }
 
 TEST_F(text_reader, a_longer_token_is_cut_and_reported_once_with_its_start) {

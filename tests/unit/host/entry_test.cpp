@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <thread>
 
 #include "evaluator/frame.h"
@@ -9,7 +10,11 @@
 #include "host/configuration.h"
 #include "host/host_handles.h"
 #include "host/host_state.h"
+#include "host/inspect.h"
+#include "operators/film_types.h"
+#include "operators/lens_flares.h"
 #include "support/fake_host.h"
+#include "support/scratch_folder.h"
 
 namespace tessaron {
 namespace {
@@ -155,6 +160,33 @@ TEST(entry, the_last_set_down_leaves_a_clean_process) {
   EXPECT_EQ(host_state.host_app, HOST_UNKNOWN);
   EXPECT_NE(host_state.session_stamp, first_stamp) << "two sessions never share a stamp";
   host.setdown(plugin.get());
+}
+
+TEST(entry, data_files_are_read_anew_after_the_last_set_down) {
+  testing::scratch_folder folder;
+  const struct used_folder {
+    explicit used_folder(const std::string& path) { inspect_use_config_dir(path); }
+    ~used_folder() {
+      ::unsetenv("TESSARON_CONFIG_DIR");
+      reset_config();
+    }
+  } use(folder.path());
+  fake_plugin plugin({PLAIN});
+  for (const char* name : {"First", "Second"}) {
+    const std::string begin = std::string("begin ") + name + "\n";
+    folder.write("t_lensflares.text", begin + "spot center 0 radii 0 0.05 colors 1 1 1 0 0 0\nend\n");
+    folder.write("t_glares.text", begin + "spot radii 0 0.05 colors 1 1 1 0 0 0\nend\n");
+    folder.write("t_filmtypes.text", begin + "grain 1\nend " + name + "\n");
+    fake_host host;
+    ASSERT_EQ(host.setup(plugin.get()), 0);
+    ASSERT_EQ(get_lens_flares().count, 1);
+    EXPECT_EQ(get_lens_flares().entries[0]->name, name);
+    ASSERT_EQ(get_glares().count, 1);
+    EXPECT_EQ(get_glares().entries[0]->name, name);
+    ASSERT_EQ(negative_film_names().size(), 2u);
+    EXPECT_EQ(negative_film_names()[1], std::string("Neg: ") + name);
+    host.setdown(plugin.get());
+  }
 }
 
 TEST(entry, process_work_waits_for_the_last_plugin) {

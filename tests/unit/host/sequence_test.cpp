@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "evaluator/temp_images.h"
 #include "genotype/genotype_reader.h"
 #include "host/effect_table.h"
 #include "host/host_state.h"
@@ -192,11 +193,18 @@ TEST_F(sequence, a_flatten_without_memory_fails_and_leaves_nothing) {
 }
 
 TEST_F(sequence, a_null_plane_of_a_held_set_is_reported_and_the_rest_released) {
-  instance().temp_sets[0].image_count = 1;
+  const int handles = host.handles, locks = host.locks;
+  for (temp_set_record& set : instance().temp_sets) {
+    set.image_count = 2;
+    set.handles[0] = nullptr;
+    set.handles[1] = new_temp_handle(16);
+  }
+  EXPECT_EQ(host.handles, handles + 2);
   EXPECT_EQ(host.call(plugin.get(), PF_Cmd_SEQUENCE_SETDOWN), 0);
   EXPECT_TRUE(host.has_message("Attempt to free null temp image handle"));
   EXPECT_EQ(host.in_data.sequence_data, nullptr);
-  EXPECT_EQ(host.handles, 1);
+  EXPECT_EQ(host.handles, 1) << "the plug-in's record alone";
+  EXPECT_EQ(host.locks, locks);
 }
 
 TEST_F(sequence, a_thousand_instances_leave_nothing_behind) {

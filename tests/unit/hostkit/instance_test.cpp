@@ -4,8 +4,8 @@
 #include <thread>
 
 #include "evaluator/temp_images.h"
-#include "evaluator/workers.h"
 #include "support/render_kit.h"
+#include "support/worker_count.h"
 
 using namespace tessaron::testing;
 using tessaron::hostkit::host_error;
@@ -18,21 +18,6 @@ constexpr pixel_format RGBA8 = pixel_format::rgba8;
 // What doesn't change in time is kept in planes; static differs from frame to frame.
 const char* const CACHING_EFFECT =
     "(define A (Source) (rgba_ok) wave = (sin (* x y)) dest = (+ (* Source wave) (* (static) 0.125)))";
-
-/// Runs the pool with this many workers while it lives.
-class worker_count {
- public:
-  explicit worker_count(int n) {
-    tessaron::stop_fork_workers();
-    tessaron::set_processor_override(n);
-    tessaron::start_fork_workers();
-  }
-  ~worker_count() {
-    tessaron::stop_fork_workers();
-    tessaron::set_processor_override(0);
-    tessaron::start_fork_workers();
-  }
-};
 
 TEST(Threads, any_number_gives_the_same_bytes) {
   const image source = noise_image(61, 23, RGBA8), background = noise_image(40, 23, RGBA8, 7);

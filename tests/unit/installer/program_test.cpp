@@ -1,5 +1,8 @@
 // `install_custom_plugins` as a user runs it: what it writes, what it says and where, its exit status.
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <cstdint>
 
 #include "installer_run.h"
 
@@ -194,6 +197,19 @@ TEST_F(InstallerRun, a_directory_is_no_template) {
   EXPECT_EQ(run().err, "Can't open input file " + config + "/CustomAE.tmpl\n");
 }
 
+TEST_F(InstallerRun, a_pipe_is_no_template) {
+  fs::remove(config + "/CustomAE.tmpl");
+  ASSERT_EQ(mkfifo((config + "/CustomAE.tmpl").c_str(), 0600), 0);
+  EXPECT_EQ(run().err, "Can't open input file " + config + "/CustomAE.tmpl\n") << "and nobody waits for a writer";
+}
+
+TEST_F(InstallerRun, old_names_may_come_through_a_pipe) {
+  const command_result result =
+      testing::run_command("/bin/bash", {"-c", "exec " + testing::shell_quoted(PROGRAM) + " -o <(echo Two)"},
+                           "TESSARON_CONFIG_DIR=" + testing::shell_quoted(config) + " ");
+  EXPECT_EQ(result.out, "Installed custom plugin Two\n") << result.err;
+}
+
 TEST_F(InstallerRun, a_missing_directory_is_not_made) {
   write_config("install_dirs.txt", target + "\n" + folder.file("none") + "\n");
   const command_result result = run();
@@ -209,6 +225,18 @@ TEST_F(InstallerRun, a_plugin_that_can_not_be_written_over_stops_the_run) {
   const command_result result = run();
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err, "Can't open output file " + target + "/One.aex\n");
+}
+
+TEST_F(InstallerRun, a_plugin_that_is_a_link_to_the_template_does_not_empty_it) {
+  const std::string whole = folder.read("config/CustomAE.tmpl");
+  fs::create_symlink(config + "/CustomAE.tmpl", target + "/One.aex");
+  fs::create_hard_link(config + "/CustomAE.tmpl", target + "/Two.aex");
+  for (const std::string name : {"One", "Two"}) {
+    const command_result result = run({"-o", folder.write("old", name)});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "Can't open output file " + target + "/" + name + ".aex\n");
+    EXPECT_EQ(folder.read("config/CustomAE.tmpl"), whole);
+  }
 }
 
 TEST_F(InstallerRun, an_unwritable_directory_stops_the_run) {
@@ -338,14 +366,20 @@ TEST_F(InstallerRun, a_template_beyond_memory_is_a_failure) {
   GTEST_SKIP() << "the sanitizer needs the memory that this takes away";
 #endif
   const std::string path = config + "/CustomAE.tmpl";
-  std::error_code refused;
-  fs::resize_file(path, std::uintmax_t(1) << 42, refused);  // 4 TB of hole
-  if (refused) GTEST_SKIP() << "the file system has no files of this size";
-  const command_result result =
-      testing::run_command("/bin/sh", {"-c", "ulimit -v 4000000; exec " + testing::shell_quoted(PROGRAM)},
-                           "TESSARON_CONFIG_DIR=" + testing::shell_quoted(config) + " ");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, "Not enough memory.\n");
+  int n_sizes = 0;
+  // Holes of 4 TB, and of all that a file can be, which few file systems have.
+  for (const std::uintmax_t size : {std::uintmax_t(1) << 42, std::uintmax_t(INT64_MAX)}) {
+    std::error_code refused;
+    fs::resize_file(path, size, refused);
+    if (refused) continue;
+    ++n_sizes;
+    const command_result result =
+        testing::run_command("/bin/sh", {"-c", "ulimit -v 4000000; exec " + testing::shell_quoted(PROGRAM)},
+                             "TESSARON_CONFIG_DIR=" + testing::shell_quoted(config) + " ");
+    EXPECT_EQ(result.status, 1) << size;
+    EXPECT_EQ(result.err, "Not enough memory.\n") << size;
+  }
+  if (n_sizes == 0) GTEST_SKIP() << "the file system has no files of these sizes";
 }
 
 TEST_F(InstallerRun, directories_may_have_blanks_and_letters_beyond_ascii) {

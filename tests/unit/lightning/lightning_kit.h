@@ -94,10 +94,8 @@ inline light_of_plane measure(const definition_renderer& r) {
 }
 
 /// Mean of the differences of two results, 1.0 for white against black.
-inline double mean_difference(const planes_of_result& a, const planes_of_result& b) {
-  double sum = 0;
-  for (std::size_t i = 0; i < a[0].size(); ++i) sum += std::abs(a[0][i] - b[0][i]) / 4096.0;
-  return sum / double(a[0].size());
+inline double light_difference(const planes_of_result& a, const planes_of_result& b) {
+  return mean_difference(a, b) / 4096;
 }
 
 /// Every sample between 0 and 1.

@@ -3,6 +3,8 @@
 
 #include "evaluator/temp_images.h"
 #include "lightning_kit.h"
+#include "support/abort_questions.h"
+#include "support/plane_checks.h"
 #include "support/report_capture.h"
 
 namespace tessaron::testing {
@@ -117,7 +119,7 @@ TEST(zap, is_the_same_for_ever_and_another_with_another_seed) {
     EXPECT_EQ(by_seed.back(), rendered(r));
   }
   for (std::size_t i = 0; i < by_seed.size(); ++i)
-    for (std::size_t k = 0; k < i; ++k) EXPECT_GT(mean_difference(by_seed[i], by_seed[k]), 0.005) << i << " " << k;
+    for (std::size_t k = 0; k < i; ++k) EXPECT_GT(light_difference(by_seed[i], by_seed[k]), 0.005) << i << " " << k;
 }
 
 TEST(zap, draws_bolts_that_differ_and_keeps_them_when_more_join) {
@@ -127,9 +129,9 @@ TEST(zap, draws_bolts_that_differ_and_keeps_them_when_more_join) {
     return rendered(r);
   };
   const planes_of_result one = with(1), two = with(2), three = with(3);
-  const double light = mean_difference(one, planes_of_result(1, std::vector<fix>(one[0].size())));
-  EXPECT_GT(mean_difference(one, two), 0.3 * light);
-  EXPECT_GT(mean_difference(two, three), 0.3 * light);
+  const double light = light_difference(one, planes_of_result(1, std::vector<fix>(one[0].size())));
+  EXPECT_GT(light_difference(one, two), 0.3 * light);
+  EXPECT_GT(light_difference(two, three), 0.3 * light);
   for (std::size_t i = 0; i < one[0].size(); ++i) ASSERT_LE(one[0][i], two[0][i]);
   for (std::size_t i = 0; i < one[0].size(); ++i) ASSERT_LE(two[0][i], three[0][i]);
 }
@@ -143,8 +145,8 @@ TEST(zap, moves_evenly_with_its_phase) {
   for (int i = 1; i <= 100; ++i) {
     r.set_param("seed", {1, float(i) * 0.005f});
     const planes_of_result now = rendered(r);
-    EXPECT_LT(mean_difference(now, before), 0.25 * light) << i;
-    farthest = std::max(farthest, mean_difference(now, first));
+    EXPECT_LT(light_difference(now, before), 0.25 * light) << i;
+    farthest = std::max(farthest, light_difference(now, first));
     before = now;
   }
   EXPECT_GT(farthest, light * 0.8);
@@ -158,7 +160,7 @@ TEST(zap, moves_evenly_with_its_ends) {
   for (int i = 1; i <= 60; ++i) {
     r.set_param("to", {0.7f, -0.1f + 0.3f * float(i) / 60});
     const planes_of_result now = rendered(r);
-    EXPECT_LT(mean_difference(now, before), 0.3 * light) << i;
+    EXPECT_LT(light_difference(now, before), 0.3 * light) << i;
     before = now;
   }
 }
@@ -269,46 +271,20 @@ TEST(zap, takes_any_count_of_bolts_and_branches) {
   expect_coverage({r.result()[0]});
 }
 
-int queries;
 TEST(zap, ends_at_an_abort_at_any_stage) {
-  stop_fork_workers();
-  set_processor_override(1);
-  for (int after = 1; after <= 12; ++after) {
+  const worker_count one(1);
+  for (int question = 0; question < 12; ++question) {
     definition_renderer r(ZAP, ZAP_FRAME);
     r.set_param("bolts", {12});
     r.set_param("branches", {1});
-    queries = after;
-    set_abort_clock([] {
-      static std::int64_t now = 0;
-      return now += 1000;
-    });
-    set_abort_query([] { return int(--queries <= 0); });
-    EXPECT_FALSE(r.render()) << after;
-    set_abort_query(nullptr);
-    set_abort_clock(nullptr);
+    EXPECT_FALSE(render_until_question(r, question)) << question;
     EXPECT_TRUE(r.render());
   }
-  stop_fork_workers();
-  set_processor_override(0);
 }
 
 TEST(zap, refuses_missing_planes) {
   definition_renderer r(ZAP, ZAP_FRAME);
-  ASSERT_TRUE(r.render());
-  node& n = *r.calls_of("zap")[0];
-  report_capture reports;
-  const std::string name = n.name ? n.name : "zap";
-  const auto run = [&] { n.image_fun(n); };
-  std::int16_t* const plane = n.images[0];
-  n.images[0] = nullptr;
-  EXPECT_THROW(run(), TessaronAbortException);
-  EXPECT_TRUE(reports.has("node " + name + " has NULL image 0."));
-  n.images[0] = plane;
-  const std::int8_t count = n.image_count;
-  n.image_count = 2;
-  EXPECT_THROW(run(), TessaronAbortException);
-  EXPECT_TRUE(reports.has("node " + name + " has image_count 2, expected 1."));
-  n.image_count = count;
+  expect_planes_are_checked(r, "zap", 1);
 }
 
 TEST(zap, is_never_folded) {

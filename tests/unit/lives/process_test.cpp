@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <vector>
 
 #include "sample_plugin.h"
 
@@ -89,6 +90,51 @@ bool stays_loaded_after(std::uint32_t appl) {
 TEST(library, premiere_can_not_unload_it) {
   EXPECT_FALSE(stays_loaded_after(appl_id("MOTN")));
   EXPECT_TRUE(stays_loaded_after(appl_id("PrMr")));
+}
+
+/// A plug-in out of a library that is loaded late, so that the library's statics end before the host's.
+struct late_plugin {
+  scripted_host host{{"any", 11, appl_id("ODD.")}};
+  fake_plugin plugin{{"(define Late (Source) () dest = (+ (gamma Source 1.5) (get_prev_dest Source)))"}};
+  tessaron_main_fn entry = nullptr;
+
+  int call(int command, pf_world* output = nullptr) {
+    pf_out_data out_data = {};
+    out_data.global_data = host.in_data.global_data;
+    out_data.sequence_data = host.in_data.sequence_data;
+    std::vector<pf_param_def*> params = {&host.layer};
+    if (!host.params.empty()) params.clear();
+    for (pf_param_def& p : host.params) params.push_back(&p);
+    const int error = entry(plugin.get(), command, &host.in_data, &out_data, params.data(), output, nullptr);
+    host.in_data.global_data = out_data.global_data;
+    host.in_data.sequence_data = out_data.sequence_data;
+    return error;
+  }
+};
+late_plugin* late = nullptr;
+constexpr int SET_DOWN = 42;
+
+[[noreturn]] void end_process_with_a_live_plugin() {
+  late = new late_plugin;
+  std::atexit([] {
+    const int error = late->call(PF_Cmd_SEQUENCE_SETDOWN) | late->call(PF_Cmd_GLOBAL_SETDOWN);
+    ::_exit(error == 0 && late->host.left_behind().empty() ? SET_DOWN : 1);
+  });
+  void* const library = ::dlopen(TESSARON_BINARY_DIR "/libtessaron.so.1", RTLD_NOW | RTLD_LOCAL);
+  if (!library) ::_exit(2);
+  late->entry = reinterpret_cast<tessaron_main_fn>(::dlsym(library, "tessaron_main"));
+  for (const int command : {PF_Cmd_GLOBAL_SETUP, PF_Cmd_PARAMS_SETUP, PF_Cmd_SEQUENCE_SETUP})
+    if (late->call(command) != 0) ::_exit(3);
+  late->host.place_values();
+  host_picture output(12, 8, 0);
+  late->host.in_data.extent_hint = {0, 0, 12, 8};
+  if (late->call(PF_Cmd_RENDER, &output.world) != 0) ::_exit(4);
+  std::exit(0);
+}
+
+TEST(library, is_set_down_while_the_process_ends) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(end_process_with_a_live_plugin(), ::testing::ExitedWithCode(SET_DOWN), "");
 }
 
 }  // namespace

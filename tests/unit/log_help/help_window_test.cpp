@@ -192,6 +192,19 @@ TEST_F(help_window, before_params_setup_the_plugin_itself_is_named) {
   EXPECT_EQ(effect, "Plain Copies");
 }
 
+TEST_F(help_window, a_custom_plugin_leads_to_the_custom_page_before_params_setup_too) {
+  host.setdown(&record);
+  tessaron_plugin custom = record;
+  custom.plugin_name = custom.doc_name = "My_Own";
+  custom.is_custom = 1;
+  ASSERT_EQ(host.call(&custom, PF_Cmd_GLOBAL_SETUP), 0);
+  host.messages.clear();
+  ASSERT_EQ(host.call(&custom, PF_Cmd_ABOUT), 0);
+  ASSERT_EQ(host.messages.size(), 1u);
+  EXPECT_TRUE(has(host.messages[0], "\nMy Own\n")) << host.messages[0];
+  EXPECT_TRUE(has(host.messages[0], "\nHelp page: file://" + config() + "/docs/Custom.html\n")) << host.messages[0];
+}
+
 // --- drawn by the desktop ------------------------------------------------------------------------
 
 TEST_F(help_window, zenity_asks_a_question_with_buttons_of_its_own) {

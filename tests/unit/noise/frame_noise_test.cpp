@@ -9,6 +9,7 @@
 #include "evaluator/workers.h"
 #include "genotype/genotype_reader.h"
 #include "operators/noise_plan.h"
+#include "support/abort_questions.h"
 #include "support/kernel_harness.h"
 #include "support/render_definition.h"
 #include "support/report_capture.h"
@@ -372,19 +373,9 @@ TEST(noise_plan, leaves_tiny_images_without_cells) {
 
 TEST(noise, stops_when_the_host_asks_for_it) {
   for (int asks = 0; asks < 12; ++asks) {
-    static int left;
-    left = asks;
-    set_abort_clock([] {
-      static std::int64_t now = 0;
-      return now += 1000;
-    });
-    set_abort_query([] { return int(left-- <= 0); });
     definition_renderer r("(define N (Source) () dest = (+ Source (element_of (noise3 3 5 [0 0] 1) 0)))",
                           {.width = 200, .height = 150});
-    EXPECT_FALSE(r.render());
-    set_abort_query(nullptr);
-    set_abort_clock(nullptr);
-    abort_requested = 0;
+    EXPECT_FALSE(render_until_question(r, asks));
   }
 }
 

@@ -26,18 +26,7 @@ inline int plain_bell_limit() {
 inline fix plain_lattice(wide x, wide y, fix seed, int element) {
   const std::uint32_t row = plain_hash(std::uint32_t(y * 16) ^ std::uint32_t(seed));
   const std::uint32_t v = plain_hash(std::uint32_t(x) + row);
-  static const std::vector<std::uint32_t> table = [] {
-    std::vector<std::uint32_t> entries;
-    // One step of the hash of an index below 256 is its table entry.
-    std::uint64_t s = 0;
-    for (int i = 0; i < 256; ++i) {
-      std::uint64_t part[3];
-      for (std::uint64_t& p : part) p = s = (s * 4096 + 150889) % 714025;
-      entries.push_back(std::uint32_t(part[2] * 0x40000 + part[1] * 0x100 + part[0] / 4));
-    }
-    return entries;
-  }();
-  const std::uint32_t bits = element == 0 ? v : element == 1 ? v >> 16 : (v + table[v % 256]) >> 8;
+  const std::uint32_t bits = element == 0 ? v : element == 1 ? v >> 16 : (v + plain_hash_entry(v % 256)) >> 8;
   return fix(bits & 0x1fff) - 4096;
 }
 

@@ -129,20 +129,23 @@ std::string channels_text(int image_elnum, const blur_arguments& a) {
          " " + value_text({a.filter_shape}) + " " + value_text(a.scale) + " " + value_text({a.subpixel}) + ")";
 }
 
+void expect_channels(const test_frame& f, int elnum, int result_elnum, const blur_arguments& a) {
+  EXPECT_EQ(first_difference(called(channels_text(elnum, a), f, elnum),
+                             as_result(plain_blur_channels(f, image_of(f, elnum), result_elnum, a))),
+            "")
+      << channels_text(elnum, a);
+}
+
 TEST(blur_channels, is_its_rule_in_every_combination_of_elements) {
   for (const test_frame& f : FRAMES)
     for_each_combo("blur_channels", [&](const std::vector<int>& elnums, int result_elnum) {
-      for (const fix shape : {0, 8192}) {
-        const blur_arguments a = {.amount = first(elnums[1], AMOUNTS),
-                                  .filter_shape = shape,
-                                  .scale = first(elnums[4], SCALES),
-                                  .subpixel = shape,
-                                  .channel_amount = first(elnums[2], PARTS)};
-        EXPECT_EQ(first_difference(called(channels_text(elnums[0], a), f, elnums[0]),
-                                   as_result(plain_blur_channels(f, image_of(f, elnums[0]), result_elnum, a))),
-                  "")
-            << channels_text(elnums[0], a);
-      }
+      for (const fix shape : {0, 8192})
+        expect_channels(f, elnums[0], result_elnum,
+                        {.amount = first(elnums[1], AMOUNTS),
+                         .filter_shape = shape,
+                         .scale = first(elnums[4], SCALES),
+                         .subpixel = shape,
+                         .channel_amount = first(elnums[2], PARTS)});
     });
 }
 
@@ -209,18 +212,19 @@ TEST(masked_blur, keeps_what_lies_outside_the_mask_out) {
 
 // --- sharpen -------------------------------------------------------------------------------------------------
 
+void expect_sharpen(const test_frame& f, int elnum, fix scale, fix granularity) {
+  const std::string call =
+      "(sharpen " + image_text(elnum) + " " + value_text({scale}) + " " + value_text({granularity}) + ")";
+  EXPECT_EQ(
+      first_difference(called(call, f, elnum), as_result(plain_sharpen(f, image_of(f, elnum), scale, granularity))), "")
+      << call;
+}
+
 TEST(sharpen, is_its_rule_in_every_combination_of_elements) {
   for (const test_frame& f : FRAMES)
     for_each_combo("sharpen", [&](const std::vector<int>& elnums, int) {
       for (const fix scale : {-2000, 0, 4096, 6000, 200000})
-        for (const fix granularity : {-100, 0, 200, 3000}) {
-          const std::string call =
-              "(sharpen " + image_text(elnums[0]) + " " + value_text({scale}) + " " + value_text({granularity}) + ")";
-          EXPECT_EQ(first_difference(called(call, f, elnums[0]),
-                                     as_result(plain_sharpen(f, image_of(f, elnums[0]), scale, granularity))),
-                    "")
-              << call;
-        }
+        for (const fix granularity : {-100, 0, 200, 3000}) expect_sharpen(f, elnums[0], scale, granularity);
     });
 }
 
@@ -234,19 +238,22 @@ TEST(sharpen, wraps_around_beyond_16_bits) {
 
 // --- band_pass -----------------------------------------------------------------------------------------------
 
+void expect_band_pass(const test_frame& f, int elnum, const std::vector<fix>& amount1, const std::vector<fix>& amount2,
+                      fix scale) {
+  const std::string call = "(band_pass " + image_text(elnum) + " " + value_text(amount1) + " " + value_text(amount2) +
+                           " " + value_text({scale}) + ")";
+  EXPECT_EQ(first_difference(called(call, f, elnum),
+                             as_result(plain_band_pass(f, image_of(f, elnum), amount1, amount2, scale))),
+            "")
+      << call;
+}
+
 TEST(band_pass, is_its_rule_in_every_combination_of_elements) {
   for (const test_frame& f : FRAMES)
     for_each_combo("band_pass", [&](const std::vector<int>& elnums, int) {
       for (const std::vector<fix>& amounts : {std::vector<fix>{100, 30, 900, 800}, {0, 0, 600, 0}, {40, 2000, 0, -3}})
-        for (const fix scale : {2048, 4096, -1000, 0, 100000}) {
-          const std::vector<fix> a1 = first(elnums[1], amounts), a2 = first(elnums[2], {amounts[2], amounts[3]});
-          const std::string call = "(band_pass " + image_text(elnums[0]) + " " + value_text(a1) + " " + value_text(a2) +
-                                   " " + value_text({scale}) + ")";
-          EXPECT_EQ(first_difference(called(call, f, elnums[0]),
-                                     as_result(plain_band_pass(f, image_of(f, elnums[0]), a1, a2, scale))),
-                    "")
-              << call;
-        }
+        for (const fix scale : {2048, 4096, -1000, 0, 100000})
+          expect_band_pass(f, elnums[0], first(elnums[1], amounts), first(elnums[2], {amounts[2], amounts[3]}), scale);
     });
 }
 
@@ -257,6 +264,25 @@ TEST(band_pass, of_an_even_picture_is_mid_grey) {
 }
 
 // --- all of them ---------------------------------------------------------------------------------------------
+
+TEST(blur_family, is_its_rules_at_every_size) {
+  // From less than a pixel to beyond the frame, the forms taking turns.
+  int turn = 0;
+  for (const picture_size size : SIZES)
+    for (const fix amount : {90, 5000, 64 * 4096}) {
+      const test_frame f = {.width = size.width, .height = size.height, .pixel_aspect = turn % 5 == 3 ? 0.75f : 1.0f};
+      const int elnum = 1 + turn % 4;
+      const blur_arguments a = {
+          .amount = {amount, amount / 2 + 7}, .filter_shape = turn % 3 * 4096, .scale = {3500}, .subpixel = turn % 2};
+      ++turn;
+      SCOPED_TRACE(std::to_string(size.width) + "x" + std::to_string(size.height) + ", turn " + std::to_string(turn));
+      expect_blur(f, elnum, a);
+      expect_channels(f, 3, 3, a);
+      expect_masked(f, elnum, a, mask_of(f));
+      expect_sharpen(f, elnum, 6000, amount);
+      expect_band_pass(f, 1 + turn % 3, {amount / 3, amount / 2}, a.amount, 3000);
+    }
+}
 
 TEST(blur_family, is_the_same_at_every_level_and_for_any_number_of_workers) {
   for (const picture_size size : SIZES)

@@ -79,6 +79,27 @@ TEST(defocus, is_the_weighted_mean_of_the_light_under_the_kernel) {
       }
 }
 
+TEST(defocus, is_the_weighted_mean_where_its_strips_meet) {
+  // Strips are 256 pixels wide; the middle one of 560 has the whole kernel over the image.
+  for (const int width : {255, 256, 257, 560})
+    for (const lens& l : {lens{5.6, 5.6, 2.2}, lens{17, 3, 1, 1, true, 1}, lens{31.5, 2, 3, -0.5, true, 2},
+                          lens{20, 0, 1, 1, false}, lens{15.4, 40, 2.2, 1, true, 4}}) {
+      const test_frame f = {.width = width, .height = 12};
+      const auto source = random_picture(width, 0, 4096);
+      EXPECT_LE(largest_difference(through(l, f, source), plain_defocus(l, f, source)), 1) << l.text(width);
+    }
+}
+
+TEST(defocus, holds_over_the_whole_range_of_samples) {
+  const test_frame f = {.width = 40, .height = 30};
+  const auto source = random_picture(40, 0, 40000);  // planes hold 32767
+  for (const double gamma : {0.125, 1.0, 2.2, 8.0})
+    for (const double scale : {1.0, -3.0, 0.01}) {
+      const lens l = {3.3, 5, gamma, scale};
+      EXPECT_LE(largest_difference(through(l, f, source), plain_defocus(l, f, source)), 1) << l.text(40);
+    }
+}
+
 TEST(defocus, takes_negative_light_away) {
   const test_frame f = {.width = 40, .height = 30};
   const auto source = random_picture(40, -3000, 9000);

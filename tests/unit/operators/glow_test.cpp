@@ -6,6 +6,7 @@
 #include "evaluator/bounds.h"
 #include "gradient_kit.h"
 #include "tests/support/plain_blur.h"
+#include "tests/support/plane_checks.h"
 #include "tests/support/report_capture.h"
 
 namespace tessaron::testing {
@@ -248,16 +249,7 @@ TEST(glow, widens_without_jumps) {
 
 TEST(glow, checks_its_planes) {
   definition_renderer r("(define G (Source) () shine = (glow Source 0.5 [1 1] 1 1 1 1) dest = (+ shine 0))");
-  ASSERT_TRUE(r.render());
-  node n = *r.calls_of("glow")[0];
-  report_capture reports;
-  n.image_count = 5;
-  EXPECT_THROW(n.image_fun(n), TessaronAbortException);
-  EXPECT_TRUE(reports.has("node shine has image_count 5, expected 6.")) << reports.all();
-  n.image_count = 6;
-  n.images[4] = nullptr;
-  EXPECT_THROW(n.image_fun(n), TessaronAbortException);
-  EXPECT_TRUE(reports.has("node shine has NULL image 4.")) << reports.all();
+  expect_planes_are_checked(r, "glow", 6);
 }
 
 TEST(glow, is_the_same_at_every_level_and_for_any_number_of_workers) {

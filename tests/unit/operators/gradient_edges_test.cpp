@@ -83,6 +83,12 @@ TEST(edge_detect, looks_the_same_at_half_the_size_when_its_scale_goes_with_the_w
   EXPECT_LT(difference, 0.03 * sum);
 }
 
+/// The gradient of an element of a random picture: across and down.
+planes_of_result slope_of(int e, picture_size size) {
+  return rendered("(define G (Source) () dest = (grad (element_of Source " + std::to_string(e) + ") 0 1 0))",
+                  {.width = size.width, .height = size.height}, random_picture(size.width, -500, 5000));
+}
+
 // --- direction -----------------------------------------------------------------------------------------
 
 double turns_apart(double a, double b) {
@@ -99,10 +105,7 @@ TEST(grad_direction, is_the_angle_of_the_gradient_less_the_offset) {
       const planes_of_result got = same_everywhere(r);
       ASSERT_EQ(int(got.size()), elements);
       for (int e = 0; e < elements; ++e) {
-        definition_renderer slope(
-            "(define G (Source) () dest = (grad (element_of Source " + std::to_string(e) + ") 0 1 0))", frame);
-        slope.set_source(0, random_picture(size.width, -500, 5000));
-        const planes_of_result d = rendered(slope);
+        const planes_of_result d = slope_of(e, size);
         for (std::size_t i = 0; i < d[0].size(); ++i) {
           const fix turn = got[std::size_t(e)][i];
           ASSERT_GE(turn, 0);
@@ -174,10 +177,7 @@ TEST(grad_in_direction, is_the_product_of_gradient_and_direction) {
       const planes_of_result got = same_everywhere(r);
       ASSERT_EQ(int(got.size()), elements);
       for (int e = 0; e < elements; ++e) {
-        definition_renderer slope(
-            "(define G (Source) () dest = (grad (element_of Source " + std::to_string(e) + ") 0 1 0))", frame);
-        slope.set_source(0, random_picture(size.width, -500, 5000));
-        const planes_of_result d = rendered(slope);
+        const planes_of_result d = slope_of(e, size);
         for (std::size_t i = 0; i < d[0].size(); ++i) {
           const double product = std::clamp(0.75 * d[0][i] - 1.5 * d[1][i], -32767.0, 32767.0);
           ASSERT_NEAR(got[std::size_t(e)][i], product, 0.51);

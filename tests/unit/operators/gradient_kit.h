@@ -4,15 +4,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "evaluator/workers.h"
 #include "tests/support/kernel_harness.h"
 #include "tests/support/render_definition.h"
+#include "tests/support/worker_count.h"
 
 namespace tessaron::testing {
 
@@ -92,13 +93,9 @@ inline planes_of_result same_everywhere(definition_renderer& r) {
     EXPECT_EQ(first_difference(rendered(r), first), "") << "level " << cpu_level_name(level);
   }
   for (const int count : {1, 2, 3, 7}) {
-    stop_fork_workers();
-    set_processor_override(count);
-    start_fork_workers();
+    const worker_count workers(count);
     EXPECT_EQ(first_difference(rendered(r), first), "") << count << " workers";
   }
-  stop_fork_workers();
-  set_processor_override(0);
   return first;
 }
 
@@ -110,21 +107,43 @@ inline fix largest_difference(const planes_of_result& a, const planes_of_result&
   return largest;
 }
 
-/// Renders with a parameter going from `from` to `to` in 60 steps; the largest change of a sample in one step.
-inline fix largest_step(definition_renderer& r, const char* param, const std::vector<float>& from,
-                        const std::vector<float>& to) {
-  constexpr int STEPS = 60;
+/// Mean difference of all samples.
+inline double mean_difference(const planes_of_result& a, const planes_of_result& b) {
+  double sum = 0, count = 0;
+  for (std::size_t e = 0; e < a.size(); ++e)
+    for (std::size_t i = 0; i < a[e].size(); ++i, ++count) sum += std::abs(a[e][i] - b[e][i]);
+  return sum / count;
+}
+
+/// A parameter goes from `from` to `to` in 60 small steps: the largest change of a sample in one step, and of the
+/// picture's mean.
+struct sweep_steps {
   fix largest = 0;
+  double mean = 0;
+};
+inline sweep_steps sweep(definition_renderer& r, const char* param, const std::vector<float>& from,
+                         const std::vector<float>& to) {
+  constexpr int STEPS = 60;
+  sweep_steps steps;
   planes_of_result before;
   for (int i = 0; i <= STEPS; ++i) {
     std::vector<float> value;
     for (std::size_t e = 0; e < from.size(); ++e) value.push_back(from[e] + (to[e] - from[e]) * float(i) / STEPS);
     r.set_param(param, value);
     const planes_of_result now = rendered(r);
-    if (i) largest = std::max(largest, largest_difference(before, now));
+    if (i) {
+      steps.largest = std::max(steps.largest, largest_difference(before, now));
+      steps.mean = std::max(steps.mean, mean_difference(before, now));
+    }
     before = now;
   }
-  return largest;
+  return steps;
+}
+
+/// The largest change of a sample alone.
+inline fix largest_step(definition_renderer& r, const char* param, const std::vector<float>& from,
+                        const std::vector<float>& to) {
+  return sweep(r, param, from, to).largest;
 }
 
 }  // namespace tessaron::testing

@@ -40,7 +40,10 @@ constexpr motion MOTIONS[] = {
     {"(warp_filter Source (v2 x y) (v2 p p) [2 2])", 0, 1.5f, 60},
     {"(warp_filter Source (v2 x y) (v2 p 0) [2 2])", 0, 1.5f, 60},
     {"(repeat_warp Source xy (* xy p) [1 0.3] [2 2] 9)", 0.7f, 1.0f, 90},
+    {"(repeat_warp_filter Source xy (* xy p) [0 0] [0.5 0.5] [1 0.3] [2 2] 9)", 0.7f, 1.0f, 90},
+    {"(repeat_warp_filter Source xy xy [0 0] (v2 p p) [1 1] [2 2] 9)", 0, 1.5f, 60},
     {"(chroma_warp Source xy (* xy p) [2 2] 9 [1 0 0] [0 1 0] [0 0 1] 1 1)", 0.7f, 1.0f, 140},
+    {"(chroma_warp_filter Source xy (* xy p) [0 0] [0.5 0.5] [2 2] 9 [1 0 0] [0 1 0] [0 0 1] 1 1)", 0.7f, 1.0f, 140},
     // A line that grows from nothing, one that turns, one that moves; sharp pixels jump by whole ones, soft ones don't.
     {"(blur_warp Source xy (+ xy (v2 p p)) [1 1] 1 [2 2] 1 0)", 0, 0.2f, 40},
     {"(blur_warp Source xy (+ xy (v2 p (/ p 3))) [1 0] 1 [2 2] 1 0)", 0, 0.2f, 40},

@@ -54,6 +54,16 @@ TEST(z_blur, is_its_rules_in_every_combination_of_elements) {
         }
 }
 
+TEST(z_blur, is_its_rules_at_every_size) {
+  // From less than a pixel to beyond the frame.
+  int turn = 0;
+  for (const picture_size size : SIZES)
+    for (const fix combine : {LAYERED, CROSSFADE})
+      for (const fix amount : {60, 3000, 64 * 4096})
+        expect_as_plain({.width = size.width, .height = size.height}, size.width > 100 || turn++ % 2 ? 1 : 3,
+                        {.blur_near = {amount / 4, amount / 3}, .blur_far = {amount, amount / 2}, .combine = combine});
+}
+
 TEST(z_blur, is_its_rules_for_any_number_of_layers) {
   for (const fix combine : {LAYERED, 4095, CROSSFADE, 3 * 4096})
     for (const fix layers : {-4096, 0, 4096, 8191, 8192, 3 * 4096, 7 * 4096, 31 * 4096})

@@ -124,6 +124,15 @@ TEST_F(Registry, what_cannot_be_written_is_refused) {
   EXPECT_FALSE(write_registry_number(registry_root::current_user, KEY, "n", 1));
 }
 
+TEST_F(Registry, a_store_that_cannot_be_read_is_not_written_over) {
+  // A file that everyone may open, but whose first bytes nobody can read.
+  const fs::path store = root / "user/tessaron/registry";
+  fs::create_directories(store.parent_path());
+  fs::create_symlink("/proc/self/mem", store);
+  EXPECT_FALSE(write_registry_number(registry_root::current_user, KEY, "n", 1));
+  EXPECT_TRUE(fs::is_symlink(store));
+}
+
 class Notices : public ::testing::Test {
  protected:
   void SetUp() override {

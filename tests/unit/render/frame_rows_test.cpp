@@ -135,4 +135,25 @@ TEST(MissingCustomEffect, renders_opaque_black) {
   tessaron::reset_config();
 }
 
+// --- straightened rows ---------------------------------------------------------------------------
+
+// Longer than any block in which rows are worked on, with an alpha of its own in each column.
+TEST(StraightenedRows, are_whole_however_long) {
+  constexpr int WIDTH = 1301;
+  const auto colour_at = [](int x) { return x * 7 % 256; };
+  const auto alpha_at = [](int x) { return x * 11 % 256; };
+  image source = filled(WIDTH, 2, pixel_format::rgba8, {});
+  for (int x = 0; x < WIDTH; ++x) set_pixel(source, x, 1, {colour_at(x), 100, 50, alpha_at(x)});
+  for (const char* mode : {"set_alpha_to_one", "rgba_ok"}) {
+    rendered_effect effect(std::string("(define A (Source) (") + mode + ") opacity = 1 (int) dest = Source)");
+    const image output = effect.render({&source}).output;
+    for (int x = 0; x < WIDTH; ++x) {
+      const int colour = colour_at(x) * 16 + colour_at(x) / 16, alpha = alpha_at(x) * 16 + alpha_at(x) / 16;
+      const int premultiplied = colour * alpha / 4096;
+      const int straight = alpha == 0 ? 0 : alpha == 4095 ? premultiplied : premultiplied * 4096 / alpha;
+      ASSERT_EQ(get_field(output, x, 1, 0), straight / 16) << mode << " at " << x;
+    }
+  }
+}
+
 }  // namespace

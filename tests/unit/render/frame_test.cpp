@@ -325,6 +325,29 @@ TEST(Fields, clearing_and_the_background_alpha_stay_within_the_field) {
     for (int x : {0, 3}) EXPECT_EQ(pixel(result.output, x, y), (rgba{200, 100, 50, 77}));
 }
 
+// The frame before was of another field, or whole: what it left behind must not say which lines are cleared.
+TEST(Fields, clearing_minds_its_own_field_where_nothing_is_computed) {
+  const rgba held{200, 100, 50, 77};
+  const image source = filled(8, 6, RGBA8, held);
+  rendered_effect effect("(define A (Source) (rgba_ok) dest = Source)");
+  frame_request request = effect.request({&source});
+  for (int before : {0, 1, 2})
+    for (int field : {0, 1, 2}) {
+      request.field = before;
+      request.extent = std::nullopt;
+      ASSERT_EQ(effect.render(request).error, 0);
+      request.field = field;
+      request.extent = pf_rect{2, 2, 2, 2};
+      request.initial_fill = 9;
+      const frame_result result = effect.render(request);
+      ASSERT_EQ(result.error, 0) << text_of(result.messages);
+      for (int y = 0; y < 6; ++y) {
+        const bool cleared = field == 0 || y % 2 == field - 1;
+        EXPECT_EQ(pixel(result.output, 3, y), cleared ? rgba{} : held) << before << " " << field << " " << y;
+      }
+    }
+}
+
 TEST(Fields, motion_renders_whole_frames) {
   const image source = filled(4, 4, RGBA8, {200, 100, 50, 77});
   tessaron::hostkit::host_identity motion;

@@ -128,5 +128,40 @@ TEST_F(Installation, moved_it_still_has_its_stock_effects) {
   EXPECT_EQ(picture.err, "");
 }
 
+TEST_F(Installation, serves_a_program_that_embeds_the_engine) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a program without the sanitizer can't load this engine";
+#else
+  const auto done = [](const command_result& r) { return r.status == 0 ? "" : "failed: " + r.out + r.err; };
+  ASSERT_EQ(done(testing::run_command(
+                CMAKE_PROGRAM, {"--install", TESSARON_BINARY_DIR, "--prefix", prefix, "--component", "development"})),
+            "");
+  ASSERT_EQ(done(testing::run_command(CMAKE_PROGRAM, {"-S", TESSARON_SOURCE_DIR "/examples/minimal_host", "-B",
+                                                      folder.file("example"), "-DCMAKE_PREFIX_PATH=" + prefix})),
+            "");
+  ASSERT_EQ(done(testing::run_command(CMAKE_PROGRAM, {"--build", folder.file("example")})), "");
+
+  folder.write("gain.text", "(define Gain (Source) Level = 1 (slider_range 0 2) dest = (* Source Level))");
+  const auto pixel = [&](const std::vector<std::string>& parameter, int x, int y) {
+    std::vector<std::string> arguments = {folder.file("gain.text"), folder.file("out.ppm")};
+    arguments.insert(arguments.end(), parameter.begin(), parameter.end());
+    EXPECT_EQ(done(testing::run_command(folder.file("example/minimal_host"), arguments)), "");
+    const std::string ppm = folder.read("out.ppm"), header = "P6\n320 240\n255\n";
+    EXPECT_EQ(ppm.size(), header.size() + 320 * 240 * 3);
+    const std::string rgb = ppm.substr(header.size() + std::size_t(y * 320 + x) * 3, 3);
+    return std::vector<int>{std::uint8_t(rgb[0]), std::uint8_t(rgb[1]), std::uint8_t(rgb[2])};
+  };
+  EXPECT_EQ(pixel({}, 160, 120), (std::vector<int>{127, 127, 64}));  // the example's picture, as it is
+  const std::vector<int> half = pixel({"Level", "0.5"}, 160, 0);
+  EXPECT_NEAR(half[0], 127 / 2.0, 1);
+  EXPECT_EQ(half[1], 0);
+  EXPECT_NEAR(half[2], 64 / 2.0, 1);
+  const auto wrong = testing::run_command(folder.file("example/minimal_host"),
+                                          {folder.file("gain.text"), folder.file("out.ppm"), "Volume", "1"});
+  EXPECT_EQ(wrong.status, 1);
+  EXPECT_EQ(wrong.err, "minimal_host: no slider named Volume\n");
+#endif
+}
+
 }  // namespace
 }  // namespace tessaron::stamped

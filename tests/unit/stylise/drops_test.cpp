@@ -29,7 +29,8 @@ picture spots(const std::vector<spot_at>& list) {
     return 0;
   };
 }
-result_planes shift_of(const std::vector<setting>& settings, const picture& source, const test_frame& frame = FRAME) {
+planes_of_result shift_of(const std::vector<setting>& settings, const picture& source,
+                          const test_frame& frame = FRAME) {
   definition_renderer r(drops_definition(), frame);
   r.set_source(0, source);
   for (const setting& s : settings) r.set_param(s.name, {s.value});
@@ -46,7 +47,7 @@ std::pair<double, double> norm_place(int x, int y) {
 
 TEST(drops, push_along_the_radius_by_the_sine_of_the_rings) {
   for (const float phase : {0.0f, 0.3f}) {
-    const result_planes got = shift_of({{"phase", phase}}, MIDDLE);
+    const planes_of_result got = shift_of({{"phase", phase}}, MIDDLE);
     for (int y = 0; y < HEIGHT; ++y)
       for (int x = 0; x < WIDTH; ++x) {
         const auto [nx, ny] = norm_place(x, y);
@@ -60,7 +61,7 @@ TEST(drops, push_along_the_radius_by_the_sine_of_the_rings) {
 }
 
 TEST(drops, of_a_symmetric_picture_shift_symmetrically) {
-  const result_planes got =
+  const planes_of_result got =
       shift_of({{"phase", 0.2f}, {"out", 0.5f}, {"soft_out", 0.3f}},
                spots({{20, 30, 2}, {WIDTH - 21, 30, 2}, {20, HEIGHT - 31, 2}, {WIDTH - 21, HEIGHT - 31, 2}}));
   // Coordinates are rounded to one side: a step of them is up to 3 of a push for each drop.
@@ -78,15 +79,15 @@ TEST(drops, of_a_symmetric_picture_shift_symmetrically) {
 
 TEST(drops, add_up) {
   const std::vector<setting> settings = {{"fx", 7}, {"fy", 7}, {"out", 0.6f}, {"soft_out", 0.4f}};
-  const result_planes a = shift_of(settings, spots({{30, 20, 3}})), b = shift_of(settings, spots({{90, 50, 2}}));
-  const result_planes both = shift_of(settings, spots({{30, 20, 3}, {90, 50, 2}}));
+  const planes_of_result a = shift_of(settings, spots({{30, 20, 3}})), b = shift_of(settings, spots({{90, 50, 2}}));
+  const planes_of_result both = shift_of(settings, spots({{30, 20, 3}, {90, 50, 2}}));
   for (std::size_t e = 0; e < 2; ++e)
     for (std::size_t i = 0; i < both[e].size(); ++i) ASSERT_NEAR(both[e][i], a[e][i] + b[e][i], 2);
 }
 
 TEST(drops, grow_with_amplitude_and_with_the_light_of_their_spot) {
-  const result_planes one = shift_of({{"amplitude", 0.1f}}, MIDDLE), two = shift_of({{"amplitude", 0.2f}}, MIDDLE),
-                      back = shift_of({{"amplitude", -0.1f}}, MIDDLE), none = shift_of({{"amplitude", 0}}, MIDDLE);
+  const planes_of_result one = shift_of({{"amplitude", 0.1f}}, MIDDLE), two = shift_of({{"amplitude", 0.2f}}, MIDDLE),
+                         back = shift_of({{"amplitude", -0.1f}}, MIDDLE), none = shift_of({{"amplitude", 0}}, MIDDLE);
   for (std::size_t i = 0; i < one[0].size(); ++i) {
     ASSERT_NEAR(two[0][i], 2 * one[0][i], 2);
     ASSERT_NEAR(back[0][i], -one[0][i], 1);
@@ -94,7 +95,7 @@ TEST(drops, grow_with_amplitude_and_with_the_light_of_their_spot) {
   }
   // One pixel's light of 1000 / 128^2 makes 0.061; half as bright, half the push.
   const auto strongest = [&](fix light) {
-    const result_planes got =
+    const planes_of_result got =
         shift_of({{"amplitude", 1}}, [=](int x, int y, int) { return x == 64 && y == 36 ? light : 0; });
     return *std::max_element(got[0].begin(), got[0].end());
   };
@@ -103,9 +104,9 @@ TEST(drops, grow_with_amplitude_and_with_the_light_of_their_spot) {
 }
 
 TEST(drops, keep_between_their_inner_and_outer_radius) {
-  const result_planes got =
+  const planes_of_result got =
       shift_of({{"in", 0.3f}, {"out", 0.5f}, {"soft_in", 0.1f}, {"soft_out", 0.1f}, {"phase", 0.1f}}, MIDDLE);
-  const result_planes open = shift_of({{"phase", 0.1f}}, MIDDLE);
+  const planes_of_result open = shift_of({{"phase", 0.1f}}, MIDDLE);
   for (int y = 0; y < HEIGHT; ++y)
     for (int x = 0; x < WIDTH; ++x) {
       const auto [nx, ny] = norm_place(x, y);
@@ -120,15 +121,15 @@ TEST(drops, keep_between_their_inner_and_outer_radius) {
       }
     }
   // Half way through a soft edge the push has half its height.
-  const auto at_x = [&](const result_planes& p, double nx) {
+  const auto at_x = [&](const planes_of_result& p, double nx) {
     return p[0][std::size_t(HEIGHT / 2 * WIDTH + int((nx + 1) / 2 * WIDTH))];
   };
   EXPECT_NEAR(at_x(got, 0.55), 0.5 * at_x(open, 0.55), 0.1 * std::abs(at_x(open, 0.55)) + 3);
 }
 
 TEST(drops, rotate_turns_every_push_about_its_drop) {
-  const result_planes along = shift_of({{"turn", 0}}, MIDDLE), around = shift_of({{"turn", 0.25f}}, MIDDLE),
-                      against = shift_of({{"turn", 0.5f}}, MIDDLE);
+  const planes_of_result along = shift_of({{"turn", 0}}, MIDDLE), around = shift_of({{"turn", 0.25f}}, MIDDLE),
+                         against = shift_of({{"turn", 0.5f}}, MIDDLE);
   for (std::size_t i = 0; i < along[0].size(); ++i) {
     ASSERT_NEAR(around[0][i], -along[1][i], 1);
     ASSERT_NEAR(around[1][i], along[0][i], 1);
@@ -138,10 +139,11 @@ TEST(drops, rotate_turns_every_push_about_its_drop) {
 
 TEST(drops, two_frequencies_make_ellipses) {
   // Twice the frequency down: the push at (0, y) is that of the circle at (0, 2y), as far as rings go.
-  const result_planes got = shift_of({{"fx", 3}, {"fy", 6}}, MIDDLE), circle = shift_of({{"fx", 3}, {"fy", 3}}, MIDDLE);
+  const planes_of_result got = shift_of({{"fx", 3}, {"fy", 6}}, MIDDLE),
+                         circle = shift_of({{"fx", 3}, {"fy", 3}}, MIDDLE);
   const int column = WIDTH / 2;
   for (int k = 3; k < 17; ++k) {
-    const auto at = [&](const result_planes& p, double rows) {
+    const auto at = [&](const planes_of_result& p, double rows) {
       const double y = HEIGHT / 2.0 - rows - 0.5;
       const int j = int(std::floor(y));
       const double f = y - j;
@@ -152,11 +154,11 @@ TEST(drops, two_frequencies_make_ellipses) {
 }
 
 TEST(drops, phase_runs_the_rings_outwards_and_repeats) {
-  const result_planes here = shift_of({{"phase", 0.25f}}, MIDDLE), turn = shift_of({{"phase", 5.25f}}, MIDDLE);
+  const planes_of_result here = shift_of({{"phase", 0.25f}}, MIDDLE), turn = shift_of({{"phase", 5.25f}}, MIDDLE);
   EXPECT_EQ(first_difference(here, turn), "");
   // The first crest beyond a radius of 0.2 moves out with the phase.
   const auto crest = [&](float phase) {
-    const result_planes got = shift_of({{"phase", phase}}, MIDDLE);
+    const planes_of_result got = shift_of({{"phase", phase}}, MIDDLE);
     int best = 0;
     for (int x = WIDTH / 2 + 13; x < WIDTH / 2 + 29; ++x)
       if (got[0][std::size_t(36 * WIDTH + x)] > got[0][std::size_t(36 * WIDTH + best)] || !best) best = x;
@@ -166,7 +168,7 @@ TEST(drops, phase_runs_the_rings_outwards_and_repeats) {
 }
 
 TEST(drops, without_rings_or_drops_shift_nothing) {
-  const auto zero = [](const result_planes& p) {
+  const auto zero = [](const planes_of_result& p) {
     for (const auto& plane : p)
       for (const fix v : plane)
         if (v) return false;
@@ -183,7 +185,7 @@ TEST(drops, without_rings_or_drops_shift_nothing) {
 
 TEST(drops, energy_of_one_drop_is_that_of_its_wave) {
   // The mean square of a sine is a half: over whole rings the mean square of the push is half the amplitude's square.
-  const result_planes got = shift_of({{"fx", 8}, {"fy", 8}, {"amplitude", 0.5f}}, MIDDLE);
+  const planes_of_result got = shift_of({{"fx", 8}, {"fy", 8}, {"amplitude", 0.5f}}, MIDDLE);
   double sum = 0, count = 0;
   for (int y = 0; y < HEIGHT; ++y)
     for (int x = 0; x < WIDTH; ++x) {
@@ -205,8 +207,8 @@ TEST(drops, look_the_same_at_half_the_resolution) {
     };
   };
   const std::vector<setting> settings = {{"out", 0.4f}, {"soft_out", 0.2f}};
-  const result_planes large = shift_of(settings, disc(256), {.width = 256, .height = 144});
-  const result_planes small = shift_of(settings, disc(128), {.width = 128, .height = 72});
+  const planes_of_result large = shift_of(settings, disc(256), {.width = 256, .height = 144});
+  const planes_of_result small = shift_of(settings, disc(128), {.width = 128, .height = 72});
   for (int y = 0; y < 72; ++y)
     for (int x = 0; x < 128; ++x) {
       const auto mean =
@@ -237,10 +239,10 @@ TEST(drops, of_a_cropped_frame_shift_as_in_the_whole_one) {
     r.set_param("amplitude", {1});
     return rendered(r);
   };
-  const result_planes whole = shift(FRAME);
+  const planes_of_result whole = shift(FRAME);
   test_frame part = FRAME;
   part.x0 = 40, part.y0 = 20, part.x1 = 99, part.y1 = 59;
-  const result_planes cut = shift(part);
+  const planes_of_result cut = shift(part);
   for (std::size_t e = 0; e < 2; ++e)
     for (int y = part.y0; y <= part.y1; ++y)
       for (int x = part.x0; x <= part.x1; ++x)
@@ -254,8 +256,8 @@ TEST(drops, read_coordinates_and_settings_that_vary_from_pixel_to_pixel) {
   definition_renderer r(text, FRAME);
   r.set_source(0, MIDDLE);
   r.set_source(1, [](int x, int, int) { return x < 40 ? 0 : 410; });
-  const result_planes got = same_everywhere(r);
-  const result_planes same = shift_of({{"amplitude", 410 / 4096.0f}}, MIDDLE);
+  const planes_of_result got = same_everywhere(r);
+  const planes_of_result same = shift_of({{"amplitude", 410 / 4096.0f}}, MIDDLE);
   for (int y = 0; y < HEIGHT; ++y)
     for (int x = 0; x < WIDTH; ++x) {
       const std::size_t i = std::size_t(y * WIDTH + x);

@@ -23,8 +23,8 @@ struct setting {
   const char* name;
   float value;
 };
-result_planes fly(const std::vector<setting>& settings, const picture& source = noise_picture(WIDTH, 0, 8191),
-                  const test_frame& frame = FRAME, const std::string& image = "Source") {
+planes_of_result fly(const std::vector<setting>& settings, const picture& source = random_picture(WIDTH, 0, 8191),
+                     const test_frame& frame = FRAME, const std::string& image = "Source") {
   definition_renderer r(fly_definition(image), frame);
   r.set_source(0, source);
   for (const setting& s : settings) r.set_param(s.name, {s.value});
@@ -34,9 +34,9 @@ result_planes fly(const std::vector<setting>& settings, const picture& source = 
 TEST(flys_eye, lenses_with_both_distances_1_cannot_be_seen) {
   for (const float wrap : {0.0f, 1.0f, 2.0f}) {
     definition_renderer w(warp_definition("(v2 x y)"), FRAME);
-    w.set_source(0, noise_picture(WIDTH, 0, 8191));
+    w.set_source(0, random_picture(WIDTH, 0, 8191));
     for (const char* direction : {"wx", "wy"}) w.set_param(direction, {wrap});
-    const result_planes image = rendered(w);
+    const planes_of_result image = rendered(w);
     for (const float frequency : {0.0f, 0.3f, 1.0f, 7.0f, 40.0f, -5.0f})
       for (const float soft : {0.0f, 0.5f, 1.0f, 20.0f})
         EXPECT_EQ(first_difference(fly({{"fx", frequency},
@@ -57,12 +57,13 @@ TEST(flys_eye, with_equal_distances_is_the_zoomed_image) {
   // C * d + (p - C) * d is p * d for every lens.
   for (const float distance : {0.5f, 1.5f, -1.0f}) {
     definition_renderer w(warp_definition("(* xy " + std::to_string(distance) + ")"), FRAME);
-    w.set_source(0, hills_picture(WIDTH, HEIGHT));
+    w.set_source(0, landscape_picture({WIDTH, HEIGHT}));
     w.set_param("wx", {2});
     w.set_param("wy", {2});
-    const result_planes image = rendered(w);
-    const result_planes got = fly({{"inside", distance}, {"overall", distance}, {"soft", 0.4f}, {"wx", 2}, {"wy", 2}},
-                                  hills_picture(WIDTH, HEIGHT));
+    const planes_of_result image = rendered(w);
+    const planes_of_result got =
+        fly({{"inside", distance}, {"overall", distance}, {"soft", 0.4f}, {"wx", 2}, {"wy", 2}},
+            landscape_picture({WIDTH, HEIGHT}));
     // Positions here keep three more bits than coordinates do.
     EXPECT_LE(mean_difference(got, image), 2.0) << distance;
   }
@@ -75,17 +76,17 @@ TEST(flys_eye, one_lens_alone_zooms_and_turns_about_its_centre) {
       "  d = (rotate (- xy c) -0.125 [0 0])\n"
       "  dest = (warp Source (+ c (* d 1.5)) [2 2] 0))",
       FRAME);
-  w.set_source(0, hills_picture(WIDTH, HEIGHT));
-  const result_planes image = rendered(w);
-  const result_planes got = fly({{"fx", 0},
-                                 {"fy", 0},
-                                 {"sx", 0.25f},
-                                 {"sy", -0.125f},
-                                 {"inside", 1.5f},
-                                 {"inside_turn", 0.125f},
-                                 {"wx", 2},
-                                 {"wy", 2}},
-                                hills_picture(WIDTH, HEIGHT));
+  w.set_source(0, landscape_picture({WIDTH, HEIGHT}));
+  const planes_of_result image = rendered(w);
+  const planes_of_result got = fly({{"fx", 0},
+                                    {"fy", 0},
+                                    {"sx", 0.25f},
+                                    {"sy", -0.125f},
+                                    {"inside", 1.5f},
+                                    {"inside_turn", 0.125f},
+                                    {"wx", 2},
+                                    {"wy", 2}},
+                                   landscape_picture({WIDTH, HEIGHT}));
   EXPECT_LE(mean_difference(got, image), 6.0);
 }
 
@@ -115,7 +116,7 @@ TEST(flys_eye, each_pixel_looks_through_the_nearest_centre_of_the_hexagonal_latt
     return e == 0 ? fix((x + 0.5) / WIDTH * 4096) : e == 1 ? fix((y + 0.5) / HEIGHT * 4096) : 0;
   };
   const double turn = 205 / 4096.0;
-  const result_planes got =
+  const planes_of_result got =
       fly({{"fx", 5}, {"fy", 4}, {"turn", float(turn)}, {"inside", 0}, {"wx", 0}, {"wy", 0}}, ramp);
   int wrong = 0, inside = 0;
   for (int y = 0; y < HEIGHT; ++y)
@@ -134,7 +135,8 @@ TEST(flys_eye, each_pixel_looks_through_the_nearest_centre_of_the_hexagonal_latt
 
 TEST(flys_eye, with_overall_zdist_0_all_lenses_show_the_same) {
   // 96 pixels hold 12 lenses of 8 pixels at a frequency of 6.
-  const result_planes got = fly({{"overall", 0}, {"inside", 5}, {"wx", 2}, {"wy", 2}}, hills_picture(WIDTH, HEIGHT));
+  const planes_of_result got =
+      fly({{"overall", 0}, {"inside", 5}, {"wx", 2}, {"wy", 2}}, landscape_picture({WIDTH, HEIGHT}));
   for (int x = 16; x + 8 < WIDTH; ++x)
     for (std::size_t e = 0; e < 3; ++e) {
       const std::size_t i = std::size_t(HEIGHT / 2 * WIDTH + x);
@@ -143,7 +145,7 @@ TEST(flys_eye, with_overall_zdist_0_all_lenses_show_the_same) {
 }
 
 TEST(flys_eye, with_inside_zdist_0_each_lens_has_one_colour) {
-  const result_planes got = fly({{"inside", 0}}, noise_picture(WIDTH, 0, 4096));
+  const planes_of_result got = fly({{"inside", 0}}, random_picture(WIDTH, 0, 4096));
   int changes = 0;
   for (int x = 1; x < WIDTH; ++x)
     changes += got[0][std::size_t(27 * WIDTH + x)] != got[0][std::size_t(27 * WIDTH + x - 1)];
@@ -154,16 +156,17 @@ TEST(flys_eye, with_inside_zdist_0_each_lens_has_one_colour) {
 TEST(flys_eye, shift_moves_the_lattice_and_a_lens_on_brings_it_back) {
   const auto at = [](float sx, float sy) {
     return fly({{"overall", 0}, {"inside", 3}, {"sx", sx}, {"sy", sy}, {"wx", 2}, {"wy", 2}},
-               hills_picture(WIDTH, HEIGHT));
+               landscape_picture({WIDTH, HEIGHT}));
   };
-  const result_planes here = at(0, 0), half = at(1 / 12.0f, 0), lens = at(1 / 6.0f, 0);
+  const planes_of_result here = at(0, 0), half = at(1 / 12.0f, 0), lens = at(1 / 6.0f, 0);
   EXPECT_GT(mean_difference(here, half), 5.0);
   EXPECT_LE(mean_difference(here, lens), 8.0);
 }
 
 TEST(flys_eye, rotate_turns_the_lattice_by_sixths_onto_itself) {
   const auto turned = [](float turn) {
-    return fly({{"overall", 1}, {"inside", 0}, {"turn", turn}, {"wx", 2}, {"wy", 2}}, hills_picture(WIDTH, HEIGHT));
+    return fly({{"overall", 1}, {"inside", 0}, {"turn", turn}, {"wx", 2}, {"wy", 2}},
+               landscape_picture({WIDTH, HEIGHT}));
   };
   EXPECT_LE(mean_difference(turned(0), turned(1 / 6.0f)), 20.0);
   EXPECT_GT(mean_difference(turned(0), turned(1 / 12.0f)), 40.0);
@@ -197,7 +200,7 @@ TEST(flys_eye, soft_edges_make_the_picture_continuous) {
   // Over a smooth image, neighbouring pixels of a soft mixture stay close where hard edges jump.
   const test_frame frame = {.width = 384, .height = 216};
   const auto steepest = [&](float soft) {
-    const result_planes got = fly(
+    const planes_of_result got = fly(
         {{"inside", 3}, {"fx", 3}, {"fy", 3}, {"soft", soft}, {"wx", 2}, {"wy", 2}},
         [](int x, int y, int) { return fix(2048 + 1500 * std::sin(x * 0.02 + y * 0.015)); }, frame);
     fix steepest = 0;
@@ -220,7 +223,7 @@ TEST(flys_eye, outside_of_the_frame_follows_wrap) {
     std::vector<setting> all = far;
     all.push_back({"wx", wx});
     all.push_back({"wy", wy});
-    const result_planes got = fly(all, white);
+    const planes_of_result got = fly(all, white);
     return std::count(got[0].begin(), got[0].end(), 0);
   };
   EXPECT_EQ(with(1, 1), 0);
@@ -236,10 +239,10 @@ TEST(flys_eye, takes_images_of_one_to_four_elements) {
                                 "(remove_alpha Source)", "Source"};
   const test_frame frame = {.width = WIDTH, .height = HEIGHT, .source_channels = 4};
   const std::vector<setting> settings = {{"inside", 2.3f}, {"soft", 0.6f}, {"inside_turn", 0.1f}, {"wx", 1}, {"wy", 2}};
-  const result_planes four = fly(settings, noise_picture(WIDTH, 0, 4096), frame, images[3]);
+  const planes_of_result four = fly(settings, random_picture(WIDTH, 0, 4096), frame, images[3]);
   ASSERT_EQ(four.size(), 4u);
   for (int e = 1; e < 4; ++e) {
-    result_planes part = fly(settings, noise_picture(WIDTH, 0, 4096), frame, images[e - 1]);
+    planes_of_result part = fly(settings, random_picture(WIDTH, 0, 4096), frame, images[e - 1]);
     ASSERT_EQ(int(part.size()), e);
     for (int k = 0; k < e; ++k) EXPECT_EQ(part[std::size_t(k)], four[std::size_t(k)]) << e << " elements";
   }
@@ -249,7 +252,7 @@ TEST(flys_eye, agrees_at_all_levels_and_with_any_number_of_workers) {
   for (const float soft : {0.0f, 0.7f})
     for (const auto& [width, height] : std::vector<std::pair<int, int>>{{96, 54}, {1, 1}, {1, 7}, {65, 3}, {131, 40}}) {
       definition_renderer r(fly_definition(), {.width = width, .height = height, .source_channels = 4});
-      r.set_source(0, noise_picture(width, -3000, 9000));
+      r.set_source(0, random_picture(width, -3000, 9000));
       r.set_param("soft", {soft});
       r.set_param("inside", {2.7f});
       r.set_param("overall", {1.2f});
@@ -265,11 +268,12 @@ TEST(flys_eye, reads_settings_that_vary_from_pixel_to_pixel) {
       "(define F (Source Map) (rgba_ok)\n"
       "  dest = (flys_eye Source (+ xy [0 0]) [6 6] [0 0] 0 (one_minus (element_of Map 0)) 0 1 0.3 [1 1]))";
   definition_renderer r(text, FRAME);
-  r.set_source(0, noise_picture(WIDTH, 0, 4096));
+  r.set_source(0, random_picture(WIDTH, 0, 4096));
   r.set_source(1, [](int x, int, int) { return x < WIDTH / 2 ? 0 : FIX_ONE; });
-  const result_planes got = same_everywhere(r);
-  const result_planes clear = fly({{"wx", 1}, {"wy", 1}, {"soft", 0.3f}}, noise_picture(WIDTH, 0, 4096));
-  const result_planes tiles = fly({{"wx", 1}, {"wy", 1}, {"soft", 0.3f}, {"inside", 0}}, noise_picture(WIDTH, 0, 4096));
+  const planes_of_result got = same_everywhere(r);
+  const planes_of_result clear = fly({{"wx", 1}, {"wy", 1}, {"soft", 0.3f}}, random_picture(WIDTH, 0, 4096));
+  const planes_of_result tiles =
+      fly({{"wx", 1}, {"wy", 1}, {"soft", 0.3f}, {"inside", 0}}, random_picture(WIDTH, 0, 4096));
   for (int y = 0; y < HEIGHT; ++y)
     for (int x = 0; x < WIDTH; ++x) {
       const std::size_t i = std::size_t(y * WIDTH + x);
@@ -281,7 +285,7 @@ TEST(flys_eye, one_place_for_all_pixels_gives_one_colour) {
   const std::string text =
       "(define F (Source Map) (rgba_ok)\n"
       "  dest = (flys_eye Source [0.1 0.2] [6 6] [0 0] 0 2 0 1 0.3 [1 1]))";
-  const result_planes got = rendered(text, FRAME, noise_picture(WIDTH, 0, 4096));
+  const planes_of_result got = rendered(text, FRAME, random_picture(WIDTH, 0, 4096));
   for (const auto& plane : got)
     for (const fix v : plane) ASSERT_EQ(v, plane[0]);
 }
@@ -289,7 +293,7 @@ TEST(flys_eye, one_place_for_all_pixels_gives_one_colour) {
 TEST(flys_eye, any_settings_at_all_give_samples_of_the_image_range) {
   const float extremes[] = {0, -1, 1e-4f, 3.7f, -40, 5e5f, -5e5f};
   definition_renderer r(fly_definition(), {.width = 33, .height = 17, .source_channels = 4});
-  r.set_source(0, noise_picture(33, 0, 8191));
+  r.set_source(0, random_picture(33, 0, 8191));
   for (const char* name : {"fx", "fy", "sx", "sy", "turn", "inside", "inside_turn", "overall", "soft", "wx", "wy"})
     for (const float v : extremes) {
       for (const char* other : {"fx", "inside", "overall", "soft"}) r.set_param(other, {v < 0 ? 3.0f : 0.5f});
@@ -318,8 +322,8 @@ TEST(flys_eye, sweeps_run_smoothly_with_soft_edges) {
 TEST(flys_eye, lines_of_the_other_field_are_read_as_the_mean_of_their_neighbours) {
   // With the lenses out of sight a field's lines show the image; the other field's lines stay as they were.
   definition_renderer r(fly_definition(), FRAME);
-  r.set_source(0, noise_picture(WIDTH, 0, 4096));
-  const result_planes whole = rendered(r);
+  r.set_source(0, random_picture(WIDTH, 0, 4096));
+  const planes_of_result whole = rendered(r);
   field_globals = {.field_number = 1, .field_offset = 0};
   const bool done = r.render();
   field_globals = {};
@@ -336,10 +340,10 @@ TEST(flys_eye, lines_of_the_other_field_are_read_as_the_mean_of_their_neighbours
 TEST(flys_eye, a_part_of_the_frame_has_the_lenses_of_the_whole) {
   // Lenses that look inwards: away from the part's edges by a lens, all that they see lies within the part.
   const std::vector<setting> settings = {{"inside", 0.4f}, {"turn", 0.03f}, {"soft", 0.5f}, {"sx", 0.05f}};
-  const result_planes whole = fly(settings);
+  const planes_of_result whole = fly(settings);
   test_frame part = FRAME;
   part.x0 = 20, part.y0 = 6, part.x1 = 83, part.y1 = 47;
-  const result_planes cut = fly(settings, noise_picture(WIDTH, 0, 8191), part);
+  const planes_of_result cut = fly(settings, random_picture(WIDTH, 0, 8191), part);
   constexpr int REACH = 12;
   for (int y = part.y0 + REACH; y <= part.y1 - REACH; ++y)
     for (int x = part.x0 + REACH; x <= part.x1 - REACH; ++x)
@@ -350,7 +354,7 @@ TEST(flys_eye, a_part_of_the_frame_has_the_lenses_of_the_whole) {
 
 TEST(flys_eye, an_abort_ends_it_at_any_stage) {
   definition_renderer r(fly_definition(), {.width = 64, .height = 200});
-  r.set_source(0, noise_picture(64, 0, 4096));
+  r.set_source(0, random_picture(64, 0, 4096));
   r.set_param("soft", {0.5f});
   abort_at_every_question(r);
 }

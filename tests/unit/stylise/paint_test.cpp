@@ -19,8 +19,8 @@ struct setting {
   const char* name;
   float value;
 };
-result_planes painted(const std::vector<setting>& settings, const picture& source, const test_frame& frame = FRAME,
-                      const std::string& image = "Source") {
+planes_of_result painted(const std::vector<setting>& settings, const picture& source, const test_frame& frame = FRAME,
+                         const std::string& image = "Source") {
   definition_renderer r(paint_definition(image), frame);
   r.set_source(0, source);
   for (const setting& s : settings) r.set_param(s.name, {s.value});
@@ -32,7 +32,7 @@ constexpr double TONE = 0.11;
 
 TEST(paint, keeps_a_flat_colour_but_for_the_tone_of_strokes) {
   for (const fix value : {0, 700, 2048, 4096}) {
-    const result_planes got =
+    const planes_of_result got =
         painted({}, flat_picture(value), {.width = WIDTH, .height = HEIGHT, .source_channels = 4});
     for (std::size_t e = 0; e < 3; ++e)
       for (const fix v : got[e]) ASSERT_NEAR(v, value, value * TONE + 1);
@@ -44,7 +44,7 @@ TEST(paint, keeps_a_flat_colour_but_for_the_tone_of_strokes) {
 }
 
 TEST(paint, shows_its_strokes_in_a_flat_colour) {
-  const result_planes got = painted({}, flat_picture(2048));
+  const planes_of_result got = painted({}, flat_picture(2048));
   int different = 0;
   for (std::size_t i = 1; i < got[0].size(); ++i) different += got[0][i] != got[0][i - 1];
   EXPECT_GT(different, int(got[0].size()) / 4);
@@ -56,7 +56,7 @@ TEST(paint, covers_every_pixel) {
   const auto points = [](int x, int y, int) { return x % 3 == 0 && y % 3 == 0 ? 30000 : 0; };
   for (const float f : {3.0f, 10.0f, 30.0f}) {
     for (const float seed : {1.0f, 2.0f, 3.0f}) {
-      const result_planes got = painted({{"f", f}, {"seed", seed}, {"follow", 0}}, points);
+      const planes_of_result got = painted({{"f", f}, {"seed", seed}, {"follow", 0}}, points);
       int kept = 0;
       for (int y = 0; y < HEIGHT; y += 3)
         for (int x = 0; x < WIDTH; x += 3) kept += got[0][std::size_t(y * WIDTH + x)] > 29000;
@@ -66,9 +66,9 @@ TEST(paint, covers_every_pixel) {
 }
 
 TEST(paint, stays_near_the_picture) {
-  const picture hills = hills_picture(WIDTH, HEIGHT);
+  const picture hills = landscape_picture({WIDTH, HEIGHT});
   const auto distance = [&](float f) {
-    const result_planes got = painted({{"f", f}}, hills);
+    const planes_of_result got = painted({{"f", f}}, hills);
     double sum = 0;
     for (int y = 0; y < HEIGHT; ++y)
       for (int x = 0; x < WIDTH; ++x)
@@ -82,8 +82,8 @@ TEST(paint, stays_near_the_picture) {
 }
 
 TEST(paint, is_the_same_each_time_and_another_with_another_seed) {
-  const picture hills = hills_picture(WIDTH, HEIGHT);
-  const result_planes one = painted({}, hills);
+  const picture hills = landscape_picture({WIDTH, HEIGHT});
+  const planes_of_result one = painted({}, hills);
   EXPECT_EQ(first_difference(painted({}, hills), one), "");
   EXPECT_GT(mean_difference(painted({{"seed", 2}}, hills), one), 15);
   EXPECT_GT(mean_difference(painted({{"seed", 1.25f}}, hills), one), 15);
@@ -94,7 +94,7 @@ TEST(paint, agrees_at_all_levels_and_with_any_number_of_workers) {
   for (const auto& [width, height] : std::vector<std::pair<int, int>>{{192, 108}, {1, 1}, {1, 9}, {9, 1}, {67, 33}}) {
     for (const float f : {5.0f, 40.0f}) {
       definition_renderer r(paint_definition(), {.width = width, .height = height, .source_channels = 4});
-      r.set_source(0, hills_picture(width, height));
+      r.set_source(0, landscape_picture({width, height}));
       r.set_param("f", {f});
       r.set_param("blur", {0.02f});
       same_everywhere(r);
@@ -104,11 +104,11 @@ TEST(paint, agrees_at_all_levels_and_with_any_number_of_workers) {
 
 TEST(paint, takes_images_of_one_to_four_elements) {
   const test_frame frame = {.width = WIDTH, .height = HEIGHT, .source_channels = 4};
-  const picture grey = [](int x, int y, int) { return hills_picture(WIDTH, HEIGHT)(x, y, 0); };
+  const picture grey = [](int x, int y, int) { return landscape_picture({WIDTH, HEIGHT})(x, y, 0); };
   // Where all elements are alike the strokes run alike, and so do all elements but alpha, which has no tone.
-  const result_planes four = painted({}, grey, frame), three = painted({}, grey, frame, "(remove_alpha Source)");
-  const result_planes one = painted({}, grey, frame, "(element_of Source 0)");
-  const result_planes two = painted({}, grey, frame, "(v2 (element_of Source 0) (element_of Source 1))");
+  const planes_of_result four = painted({}, grey, frame), three = painted({}, grey, frame, "(remove_alpha Source)");
+  const planes_of_result one = painted({}, grey, frame, "(element_of Source 0)");
+  const planes_of_result two = painted({}, grey, frame, "(v2 (element_of Source 0) (element_of Source 1))");
   ASSERT_EQ(one.size(), 1u);
   ASSERT_EQ(two.size(), 2u);
   EXPECT_EQ(two[0], one[0]);
@@ -120,7 +120,7 @@ TEST(paint, takes_images_of_one_to_four_elements) {
 }
 
 TEST(paint, without_strokes_is_the_blurred_image) {
-  const picture noise = noise_picture(WIDTH, 0, 4096);
+  const picture noise = random_picture(WIDTH, 0, 4096);
   EXPECT_EQ(first_difference(painted({{"f", 0}}, noise),
                              rendered("(define N (Source) (rgba_ok) dest = Source)", FRAME, noise)),
             "");
@@ -132,14 +132,14 @@ TEST(paint, without_strokes_is_the_blurred_image) {
 
 TEST(paint, strokes_are_never_finer_than_two_pixels) {
   // 192 pixels hold 48 strokes of two pixels to a half frame.
-  const picture hills = hills_picture(WIDTH, HEIGHT);
-  const result_planes finest = painted({{"f", 48}}, hills);
+  const picture hills = landscape_picture({WIDTH, HEIGHT});
+  const planes_of_result finest = painted({{"f", 48}}, hills);
   for (const float f : {50.0f, 1000.0f, 5e5f}) EXPECT_EQ(first_difference(painted({{"f", f}}, hills), finest), "") << f;
   EXPECT_NE(first_difference(painted({{"f", 40}}, hills), finest), "");
 }
 
 TEST(paint, a_negative_frequency_counts_by_its_size) {
-  const picture hills = hills_picture(WIDTH, HEIGHT);
+  const picture hills = landscape_picture({WIDTH, HEIGHT});
   EXPECT_EQ(first_difference(painted({{"f", -10}}, hills), painted({{"f", 10}}, hills)), "");
 }
 
@@ -184,8 +184,8 @@ TEST(paint, strokes_follow_both_sides_of_a_thin_line) {
 TEST(paint, strokes_keep_their_places_while_settings_change) {
   // In each of 60 small steps the painting moves a little and is never another one.
   definition_renderer r(paint_definition(), FRAME);
-  r.set_source(0, hills_picture(WIDTH, HEIGHT));
-  const result_planes one = rendered(r);
+  r.set_source(0, landscape_picture({WIDTH, HEIGHT}));
+  const planes_of_result one = rendered(r);
   r.set_param("seed", {2});
   const double another = mean_difference(one, rendered(r));
   r.set_param("seed", {1});
@@ -199,11 +199,11 @@ TEST(paint, strokes_keep_their_places_while_settings_change) {
 }
 
 TEST(paint, a_part_of_the_frame_has_the_strokes_of_the_whole) {
-  const picture hills = hills_picture(WIDTH, HEIGHT);
-  const result_planes whole = painted({{"gblur", 0}, {"f", 16}}, hills);
+  const picture hills = landscape_picture({WIDTH, HEIGHT});
+  const planes_of_result whole = painted({{"gblur", 0}, {"f", 16}}, hills);
   test_frame part = FRAME;
   part.x0 = 30, part.y0 = 20, part.x1 = 169, part.y1 = 99;
-  const result_planes cut = painted({{"gblur", 0}, {"f", 16}}, hills, part);
+  const planes_of_result cut = painted({{"gblur", 0}, {"f", 16}}, hills, part);
   // Strokes from beyond the part's edges take the edge's colour; inside by a stroke's reach all are alike.
   const int reach = int(WIDTH / 2 / 16 * 1.6 * 3.3) + 2;
   for (int y = part.y0 + reach; y <= part.y1 - reach; ++y)
@@ -214,22 +214,22 @@ TEST(paint, a_part_of_the_frame_has_the_strokes_of_the_whole) {
 }
 
 TEST(paint, looks_the_same_at_half_the_resolution) {
-  const result_planes large =
-      painted({{"f", 6}}, hills_picture(2 * WIDTH, 2 * HEIGHT), {.width = 2 * WIDTH, .height = 2 * HEIGHT});
-  const result_planes small = painted({{"f", 6}}, hills_picture(WIDTH, HEIGHT));
+  const planes_of_result large =
+      painted({{"f", 6}}, landscape_picture({2 * WIDTH, 2 * HEIGHT}), {.width = 2 * WIDTH, .height = 2 * HEIGHT});
+  const planes_of_result small = painted({{"f", 6}}, landscape_picture({WIDTH, HEIGHT}));
   double sum = 0;
   for (int y = 0; y < HEIGHT; ++y)
     for (int x = 0; x < WIDTH; ++x) {
       const auto at = [&](int i, int j) { return large[0][std::size_t((2 * y + j) * 2 * WIDTH + 2 * x + i)]; };
       sum += std::abs(small[0][std::size_t(y * WIDTH + x)] - (at(0, 0) + at(1, 0) + at(0, 1) + at(1, 1)) / 4);
     }
-  const double another = mean_difference(small, painted({{"f", 6}, {"seed", 2}}, hills_picture(WIDTH, HEIGHT)));
+  const double another = mean_difference(small, painted({{"f", 6}, {"seed", 2}}, landscape_picture({WIDTH, HEIGHT})));
   EXPECT_LT(sum / (WIDTH * HEIGHT), 0.4 * another);
 }
 
 TEST(paint, any_settings_at_all_stay_within_a_plane) {
   definition_renderer r(paint_definition(), {.width = 33, .height = 17, .source_channels = 4});
-  r.set_source(0, noise_picture(33, -40000, 40000));
+  r.set_source(0, random_picture(33, -40000, 40000));
   for (const char* name : {"f", "blur", "follow", "gblur", "seed"})
     for (const float v : {0.0f, -1.0f, 1e-3f, 60.0f, 5e5f, -5e5f}) {
       for (const char* other : {"blur", "follow", "gblur"}) r.set_param(other, {0.1f});
@@ -242,9 +242,9 @@ TEST(paint, any_settings_at_all_stay_within_a_plane) {
 
 TEST(paint, tall_pixels_keep_strokes_upright) {
   // On pixels twice as tall as wide a frame of half the rows shows the same strokes.
-  const picture hills = hills_picture(WIDTH, HEIGHT), halved = hills_picture(WIDTH, HEIGHT / 2);
-  const result_planes square = painted({{"f", 6}}, hills);
-  const result_planes tall = painted({{"f", 6}}, halved, {.width = WIDTH, .height = HEIGHT / 2, .pixel_aspect = 2});
+  const picture hills = landscape_picture({WIDTH, HEIGHT}), halved = landscape_picture({WIDTH, HEIGHT / 2});
+  const planes_of_result square = painted({{"f", 6}}, hills);
+  const planes_of_result tall = painted({{"f", 6}}, halved, {.width = WIDTH, .height = HEIGHT / 2, .pixel_aspect = 2});
   double sum = 0;
   for (int y = 0; y < HEIGHT / 2; ++y)
     for (int x = 0; x < WIDTH; ++x)
@@ -256,7 +256,7 @@ TEST(paint, tall_pixels_keep_strokes_upright) {
 
 TEST(paint, an_abort_ends_it_at_any_stage) {
   definition_renderer r(paint_definition(), {.width = 64, .height = 200});
-  r.set_source(0, hills_picture(64, 200));
+  r.set_source(0, landscape_picture({64, 200}));
   r.set_param("blur", {0.05f});
   r.set_param("f", {30});
   abort_at_every_question(r);

@@ -89,6 +89,20 @@ inline bool drew_polygon(const widget_host& host, const std::vector<gfx_point>& 
   }
   return false;
 }
+/// Drags each handle to where no number leads and back: it must stand where it stood.
+inline void expect_wild_mouse_does_no_harm(const std::string& definition, std::initializer_list<const char*> parts) {
+  for (const float wild : {std::nanf(""), INFINITY, -INFINITY, 3e38f}) {
+    widget_host host(definition);
+    for (const char* part : parts) {
+      const shown_handle h = host.handle(part);
+      ASSERT_TRUE(host.click(h.x, h.y)) << part;
+      host.drag_to(wild, wild);
+      host.drag_to(h.x, h.y);
+      host.release(h.x, h.y);
+      expect_at(host.handle(part), h.x, h.y);
+    }
+  }
+}
 /// Whether any shape has this colour.
 inline bool drew_color(const widget_host& host, int red, int green, int blue) {
   for (const drawn_shape& s : host.shapes)

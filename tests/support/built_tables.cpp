@@ -1,4 +1,4 @@
-// Before the first test: the tables that operators read.
+// Linked to the tests of image operators: before the first test, the tables that they read.
 #include <gtest/gtest.h>
 
 #include "genotype/genotype_reader.h"

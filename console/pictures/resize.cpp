@@ -1,5 +1,3 @@
-#include "console/resize.h"
-
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>
 
@@ -7,6 +5,7 @@
 #include <vector>
 
 #include "console/errors.h"
+#include "console/pictures/pictures.h"
 #include "console/pixels.h"
 
 namespace tessaron::console {
@@ -52,8 +51,7 @@ void fill_straight(image& picture, const float* samples) {
 
 }  // namespace
 
-image resized(const image& from, int width, int height) {
-  if (from.width == width && from.height == height) return from;
+image pictures::resized(const image& from, int width, int height) {
   const bool deep = is_deep(from.format);
   std::vector<float> samples = deep ? premultiplied<std::uint16_t>(from) : premultiplied<std::uint8_t>(from);
   const OIIO::ImageBuf source(OIIO::ImageSpec(from.width, from.height, CHANNELS, OIIO::TypeDesc::FLOAT),
