@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "base/lasting.h"
 #include "base/report.h"
@@ -167,6 +168,38 @@ class flare_file_reader {
   bool at_end_ = false;
 };
 
+/// Faults of the tokens themselves are told with a list's name, as long as this lives.
+class subject_scope {
+ public:
+  explicit subject_scope(const char* name) : before_(reading_subject) { reading_subject = name; }
+  ~subject_scope() { reading_subject = before_; }
+  subject_scope(const subject_scope&) = delete;
+  subject_scope& operator=(const subject_scope&) = delete;
+
+ private:
+  const char* const before_;
+};
+
+/// Entries as they are read into a table. They are freed again unless all of the file has been read.
+class entries_being_read {
+ public:
+  explicit entries_being_read(lens_flare_def** table) : table_(table) {}
+  ~entries_being_read() {
+    while (count_ > 0) delete table_[--count_];
+  }
+  entries_being_read(const entries_being_read&) = delete;
+  entries_being_read& operator=(const entries_being_read&) = delete;
+
+  int count() const { return count_; }
+  void add(std::unique_ptr<lens_flare_def> flare) { table_[count_++] = flare.release(); }
+  /// Hands them to the table's owner.
+  int release() { return std::exchange(count_, 0); }
+
+ private:
+  lens_flare_def** const table_;
+  int count_ = 0;
+};
+
 /// One of the two lists, and what it was read from.
 class loaded_list {
  public:
@@ -178,8 +211,8 @@ class loaded_list {
     if (loaded_ && !reload_due_ && path == path_) return list_;
     free();
     path_ = path;
-    loaded_ = true;
     list_.count = load_lens_flares_from_file(path.c_str(), list_.entries, LENS_FLARE_MAX_NUMBER, prefix_, has_center_);
+    loaded_ = true;  // unless memory ran out: then the next frame reads it again
     return list_;
   }
   void reload() { reload_due_ = true; }
@@ -219,20 +252,17 @@ int load_lens_flares_from_file(const char* name, lens_flare_def** table, int max
   }
   const file_source source(name);
   if (!source.stream) return 0;
-  // Faults of the tokens themselves are told with the list's name.
-  const char* const outer_subject = reading_subject;
-  reading_subject = name_prefix;
+  const subject_scope subject(name_prefix);
   flare_file_reader reader(name, has_center);
-  int count = 0;
+  entries_being_read entries(table);
   while (reader.find_entry()) {
-    if (count >= max_number) {
+    if (entries.count() >= max_number) {
       report(REPORT_ERROR, "While loading %s, exceeded max_number %d.\n", name, max_number);
       break;
     }
-    if (std::unique_ptr<lens_flare_def> flare = reader.read_entry()) table[count++] = flare.release();
+    if (std::unique_ptr<lens_flare_def> flare = reader.read_entry()) entries.add(std::move(flare));
   }
-  reading_subject = outer_subject;
-  return count;
+  return entries.release();
 }
 
 void free_lens_flare(lens_flare_def* flare) {

@@ -1,5 +1,6 @@
 // Arguments that operators take as one value for the whole image.
 #include <algorithm>
+#include <array>
 
 #include "base/report.h"
 #include "evaluator/frame.h"
@@ -28,11 +29,12 @@ std::int64_t place_of_middle() {
   return std::int64_t(row) * temp_raster_info.width + temp_raster_info.width / 2;
 }
 
-/// Says it once, not for every frame and element.
+/// Says it once, not for every frame and element, of as many arguments as a list of some length holds.
 void tell_author(const node& n, const node& value, int arg) {
-  static const node* told;
-  if (told == &value) return;
-  told = &value;
+  static std::array<const node*, 64> told;
+  static std::size_t next;
+  if (std::find(told.begin(), told.end(), &value) != told.end()) return;
+  told[next++ % told.size()] = &value;
   report(REPORT_WARNING,
          "%s: '%s' takes one value for the whole image, but is given one for each pixel. That in the middle counts.",
          n.name ? n.name : n.fun->name, n.fun->arg_names[arg]);

@@ -124,8 +124,7 @@ void glare(node& n) {
   const auto spread_grey = [fetched](std::int16_t* const* planes) {
     for (int c = fetched; c < CHANNELS; ++c) copy_plane(planes[c], planes[c - 1]);
   };
-  const bool dark = setting(n, BRIGHTNESS, 0) == 0 && setting(n, BRIGHTNESS, 1) == 0 &&
-                    setting(n, BRIGHTNESS, 2) == 0;
+  const bool dark = setting(n, BRIGHTNESS, 0) == 0 && setting(n, BRIGHTNESS, 1) == 0 && setting(n, BRIGHTNESS, 2) == 0;
   if (dark || setting(n, SIZE, 0) == 0 || setting(n, SIZE, 1) == 0) return spread_grey(n.images);
 
   const int width = temp_raster_info.width, height = temp_raster_info.height;
@@ -151,8 +150,7 @@ void glare(node& n) {
     // Of the reduced frame, like the sizes: each step makes a glare half as large.
     look.pixels_per_unit = display_dims.display_width / 2.0;
     spread_grey(planes.now);
-    const fix threshold[CHANNELS] = {setting(n, THRESHOLD, 0), setting(n, THRESHOLD, 1),
-                                     setting(n, THRESHOLD, 2)};
+    const fix threshold[CHANNELS] = {setting(n, THRESHOLD, 0), setting(n, THRESHOLD, 1), setting(n, THRESHOLD, 2)};
     threshold_planes(planes.other, planes.now, threshold);
     for (int c = 0; c < CHANNELS; ++c) clear_plane(planes.now[c]);
     draw_glare(n, planes.now, planes.other, look);

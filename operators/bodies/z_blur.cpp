@@ -1,5 +1,6 @@
 // z_blur: depth of field. The blur grows with depth; pictures blurred for some depths are faded into each other, or
 // what lies at each depth is blurred by itself and laid over what is behind it.
+#include <atomic>
 #include <cmath>
 
 #include "operators/bodies/blur_parts.h"
@@ -10,6 +11,7 @@ namespace {
 constexpr int IMAGE = 0, ZBUFFER = 1, Z_NEAR = 2, Z_FAR = 3, BLUR_NEAR = 4, BLUR_FAR = 5, N_LAYERS = 6, COMBINE = 7;
 constexpr int PASSES = 3;
 constexpr int MIN_LAYERS = 2;
+constexpr int LARGEST_SAMPLE = 32767;
 
 /// The layers of a scene, from the farthest, 0, to the nearest.
 struct layer_set {
@@ -95,14 +97,22 @@ void number_layers(std::int16_t* z, const layer_set& layers) {
   });
 }
 
-/// The source where it lies in layer i, 0 elsewhere. Without a source, coverage.
+/// The source where it lies in layer i, 0 elsewhere.
 void cut_out(std::int16_t* dest, const std::int16_t* source, const std::int16_t* numbers, int i) {
   for_plane_slices([=](std::int64_t first, std::int64_t end) {
-    if (source)
-      for (std::int64_t k = first; k < end; ++k) dest[k] = numbers[k] == i ? source[k] : std::int16_t(0);
-    else
-      for (std::int64_t k = first; k < end; ++k) dest[k] = std::int16_t(numbers[k] == i ? FIX_ONE : 0);
+    for (std::int64_t k = first; k < end; ++k) dest[k] = numbers[k] == i ? source[k] : std::int16_t(0);
   });
+}
+
+/// 1.0 where the source lies in layer i, 0 elsewhere; whether any of it does.
+bool find_coverage(std::int16_t* dest, const std::int16_t* numbers, int i) {
+  std::atomic<bool> any = false;
+  for_plane_slices([=, &any](std::int64_t first, std::int64_t end) {
+    std::int16_t found = 0;
+    for (std::int64_t k = first; k < end; ++k) found |= dest[k] = std::int16_t(numbers[k] == i ? FIX_ONE : 0);
+    if (found) any.store(true, std::memory_order_relaxed);
+  });
+  return any;
 }
 
 /// Adds a layer's coverage to that of the layers behind it.
@@ -146,9 +156,10 @@ void layered(node& n, const layer_set& layers) {
     return;
   }
   number_layers(z, layers);
-  for (int i = 0; i < layers.count && !abort_pending(); ++i) {
+  const int last = fix_min(layers.count - 1, LARGEST_SAMPLE);  // of those that a plane can number
+  for (int i = 0; i <= last && !abort_pending(); ++i) {
     const blur_radii radii = layers.radii(i);
-    cut_out(coverage, nullptr, z, i);
+    if (!find_coverage(coverage, z, i) && i > 0) continue;  // an empty layer covers nothing
     blur_to_plane(coverage, coverage, radii, FIX_ONE, manner);
     if (i == 0)
       copy_plane(total, coverage);

@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "evaluator/pixel_loop.h"
-#include "evaluator/workers.h"
 #include "host/host_state.h"
 #include "tests/support/render_definition.h"
 #include "tests/support/report_capture.h"
+#include "tests/support/worker_count.h"
 #include "tests/unit/any_function/call_text.h"
 
 namespace tessaron::testing {
@@ -58,19 +58,6 @@ class any_function : public ::testing::TestWithParam<std::string> {
   }
 
   std::mt19937 random_{std::mt19937(20)};
-};
-
-class worker_count {
- public:
-  explicit worker_count(int workers) { set(workers); }
-  ~worker_count() { set(0); }
-
- private:
-  static void set(int workers) {
-    stop_fork_workers();
-    set_processor_override(workers);
-    start_fork_workers();
-  }
 };
 
 TEST_P(any_function, gives_the_same_defined_picture_or_a_report_for_hostile_numbers) {

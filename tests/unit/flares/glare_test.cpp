@@ -201,6 +201,28 @@ TEST(glare, drops_regions_that_are_faint) {
   EXPECT_EQ(glaring(g, FRAME, lone(21))[0][30 * 100 + 50], 21);  // and 21 / 4096 0.0051
 }
 
+// A setting that varies has the value that its argument has in the middle of the whole picture, however small the
+// planes are in which the glare is found.
+TEST(glare, takes_settings_that_vary_at_full_resolution) {
+  const flare_files files("", entry("spot radii 0 0.1 colors 1 1 1 1 1 1"));
+  const auto source = boxes({{20, 10, 33, 24}, {70, 47, 84, 59}});
+  for (const char* res : {"0", "1", "3"})
+    for (const char* convolve : {"0", "2"}) {
+      SCOPED_TRACE(std::string(res) + " " + convolve);
+      glare_settings fixed;
+      fixed.res_factor = res;
+      fixed.convolve = convolve;
+      glare_settings varying = fixed;
+      // The middle is column 50 of 100, at x = 0.01, and row 30 of 60, at y = -0.01.
+      fixed.threshold = "[0.5 0.25 0.125]";
+      varying.threshold = "(+ (* 40 (- (extract_field (v3 x x x) 0) 0.010009765625)) [0.5 0.25 0.125])";
+      fixed.brightness = "[0.5 0.25 1]";
+      varying.brightness = "(+ (* 40 (v3 0 (- x 0.010009765625) 0)) [0.5 0.25 1])";
+      const planes_of_result expected = glaring(fixed, FRAME, source);
+      EXPECT_EQ(glaring(varying, FRAME, source), expected);
+    }
+}
+
 TEST(glare, without_brightness_or_size_is_the_image) {
   const flare_files files("", DOT);
   const auto source = random_picture(100, -500, 6000);

@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <new>
 #include "evaluator/workers.h"
 #include "failing_heap.h"
 #include "genotype/text_reader.h"
 #include "host/configuration.h"
 #include "installer/custom_listing.h"
+#include "operators/lens_flares.h"
 #include "sample_plugin.h"
 #include "support/scratch_folder.h"
 
@@ -125,6 +127,47 @@ TEST_F(failing_heap, each_allocation_of_an_operator_that_keeps_lists) {
     EXPECT_NE(::testing::internal::GetCapturedStderr().find("Not enough memory."), std::string::npos);
     ::testing::internal::CaptureStderr();
   }
+}
+
+// A list of which half was read when the memory ran out would stay for the rest of the process.
+TEST_F(failing_heap, each_allocation_of_a_flare_list_leaves_it_to_be_read_again) {
+  scratch_folder folder;
+  folder.write("t_lensflares.text",
+               "begin One spot center 1 radii 0.1 0.2 color 1 1 1 0 0 0 end\n"
+               "begin A_name_that_is_too_long_to_lie_in_the_string_itself\n"
+               "rays center 1 color 1 1 1 ray_number 4 jitter_angles 0 start_angle 0 radius_range 0.1 0.2\n"
+               "ray_width 1 rand_seed 1 end\n");
+  const std::string before = ::getenv("TESSARON_CONFIG_DIR");
+  const auto use = [](const std::string& path) {
+    ::setenv("TESSARON_CONFIG_DIR", path.c_str(), 1);
+    reset_custom_listing();
+    reset_config();
+  };
+  use(folder.path());
+  ASSERT_EQ(get_lens_flares().count, 2);  // and what is made once in a process
+  free_flare_lists();
+  int failed = 0;
+  for (bool more = true; more;) {
+    SCOPED_TRACE("allocation " + std::to_string(failed));
+    const std::int64_t live_without = live_objects();
+    engine_allocations = 0;
+    failing_allocation = failed;
+    try {
+      const engine_code running;
+      get_lens_flares();
+      more = false;
+    } catch (const std::bad_alloc&) {
+      ++failed;
+    }
+    failing_allocation = -1;
+    EXPECT_EQ(reading_subject, nullptr);
+    EXPECT_EQ(open_file_count, 0);
+    EXPECT_EQ(get_lens_flares().count, 2);
+    free_flare_lists();
+    EXPECT_LE(live_objects(), live_without);
+  }
+  EXPECT_GE(failed, 5) << "two entries, their elements and a name";
+  use(before);
 }
 
 TEST_F(failing_heap, each_allocation_of_a_custom_plugin) {

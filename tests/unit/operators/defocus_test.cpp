@@ -6,6 +6,7 @@
 #include "evaluator/bounds.h"
 #include "gradient_kit.h"
 #include "operators/defocus_table.h"
+#include "tests/support/plane_checks.h"
 #include "tests/support/report_capture.h"
 
 namespace tessaron::testing {
@@ -248,16 +249,7 @@ TEST(defocus, of_an_unknown_shape_warns_and_is_round) {
 
 TEST(defocus, checks_its_planes) {
   definition_renderer r("(define L (Source) () soft = (defocus Source 0.1 1 1 1 0) dest = (+ soft 0))");
-  ASSERT_TRUE(r.render());
-  node n = *r.calls_of("defocus")[0];
-  report_capture reports;
-  n.image_count = 7;
-  EXPECT_THROW(n.image_fun(n), TessaronAbortException);
-  EXPECT_TRUE(reports.has("node soft has image_count 7, expected 4.")) << reports.all();
-  n.image_count = 4;
-  n.images[3] = nullptr;
-  EXPECT_THROW(n.image_fun(n), TessaronAbortException);
-  EXPECT_TRUE(reports.has("node soft has NULL image 3.")) << reports.all();
+  expect_planes_are_checked(r, "defocus", 4);
 }
 
 TEST(defocus, is_the_same_at_every_level_and_for_any_number_of_workers) {

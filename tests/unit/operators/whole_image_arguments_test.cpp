@@ -49,6 +49,18 @@ INSTANTIATE_TEST_SUITE_P(operators, one_value,
                                                      "(defocus Source [0.25 0.25] 2 1 1 0)"}),
                          [](const auto& info) { return function_of(info.param.constant, info.index); });
 
+TEST(one_value, is_told_of_once_however_many_vary_and_for_however_many_frames) {
+  report_capture reports;
+  definition_renderer r("(define A (Source) () dest = (glow Source (+ x 0.25) [1 1] (+ y 1) (+ x 1) 1 1))",
+                        {.width = 41, .height = 31, .source_channels = 3});
+  r.set_source(0, scattered);
+  for (int frame = 0; frame < 3; ++frame) ASSERT_TRUE(r.render());
+  const std::string all = reports.all();
+  int told = 0;
+  for (std::size_t at = 0; (at = all.find("takes one value", at)) != std::string::npos; ++at) ++told;
+  EXPECT_EQ(told, 3) << all;
+}
+
 // --- fields -----------------------------------------------------------------------------------------------
 
 /// What a field render leaves in a frame: the lines that were computed.

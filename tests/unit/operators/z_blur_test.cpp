@@ -70,6 +70,17 @@ TEST(z_blur, is_its_rules_for_any_number_of_layers) {
       expect_as_plain(FRAME, 1, {.blur_near = {30}, .n_layers = layers, .combine = combine});
 }
 
+TEST(z_blur, takes_nothing_from_layers_that_are_empty) {
+  // More layers than depths: most hold no pixel.
+  expect_as_plain(FRAME, 1, {.blur_near = {30}, .n_layers = 400 * 4096, .combine = LAYERED});
+  // All pixels in the farthest one, of more layers than a plane can number.
+  z_blur_arguments all_far = {.z_near = -4 * 4096, .z_far = -2 * 4096, .blur_far = {800}, .combine = LAYERED};
+  all_far.n_layers = 2 * 4096;
+  const planes_of_result two = called(FRAME, 3, all_far);
+  all_far.n_layers = 500000 * 4096;
+  EXPECT_EQ(first_difference(called(FRAME, 3, all_far), two), "");
+}
+
 TEST(z_blur, takes_depths_in_either_order) {
   for (const fix combine : {LAYERED, CROSSFADE})
     for (const fix near : {-1000, 0, 3000, 5000})

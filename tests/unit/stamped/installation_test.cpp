@@ -136,8 +136,9 @@ TEST_F(Installation, serves_a_program_that_embeds_the_engine) {
   ASSERT_EQ(done(testing::run_command(
                 CMAKE_PROGRAM, {"--install", TESSARON_BINARY_DIR, "--prefix", prefix, "--component", "development"})),
             "");
-  ASSERT_EQ(done(testing::run_command(CMAKE_PROGRAM, {"-S", TESSARON_SOURCE_DIR "/examples/minimal_host", "-B",
-                                                      folder.file("example"), "-DCMAKE_PREFIX_PATH=" + prefix})),
+  ASSERT_EQ(done(testing::run_command(
+                CMAKE_PROGRAM, {"-G", CMAKE_GENERATOR_NAME, "-S", TESSARON_SOURCE_DIR "/examples/minimal_host", "-B",
+                                folder.file("example"), "-DCMAKE_PREFIX_PATH=" + prefix})),
             "");
   ASSERT_EQ(done(testing::run_command(CMAKE_PROGRAM, {"--build", folder.file("example")})), "");
 
