@@ -150,11 +150,13 @@ class tracer {
   std::unique_ptr<std::uint8_t[]> inside_, taken_;
 };
 
-float distance(image_point a, image_point b) { return std::hypot(b.x - a.x, b.y - a.y); }
-
 }  // namespace
 
-outline::outline(std::vector<image_point> points, bool closed) : points_(std::move(points)), closed_(closed) {
+outline::outline(std::vector<image_point> points, bool closed, float pixel_aspect)
+    : points_(std::move(points)), closed_(closed) {
+  const auto distance = [pixel_aspect](image_point a, image_point b) {
+    return std::hypot(b.x - a.x, (b.y - a.y) * pixel_aspect);
+  };
   along_.reserve(points_.size() + 1);
   double sum = 0;
   for (std::size_t i = 0; i < points_.size(); ++i) {
@@ -209,10 +211,11 @@ std::pair<image_point, image_point> outline::around(float s, float reach) const 
   return {at(s - r), at(s + r)};
 }
 
-std::vector<outline> find_outlines(const std::int16_t* samples, int width, int height, fix threshold, float shortest) {
+std::vector<outline> find_outlines(const std::int16_t* samples, int width, int height, fix threshold, float shortest,
+                                   float pixel_aspect) {
   std::vector<outline> found;
   tracer(samples, width, height, threshold).trace_all([&](std::vector<image_point> points, bool closed) {
-    outline line(std::move(points), closed);
+    outline line(std::move(points), closed, pixel_aspect);
     if (line.length() >= shortest) found.push_back(std::move(line));
   });
   std::stable_sort(found.begin(), found.end(),

@@ -14,15 +14,16 @@ namespace tessaron {
 /// through an object that leaves the picture is no part of its outline.
 class outline {
  public:
-  outline(std::vector<image_point> points, bool closed);
+  /// `pixel_aspect`: a pixel's height over its width. Lengths are those on the screen.
+  outline(std::vector<image_point> points, bool closed, float pixel_aspect = 1);
 
   bool closed() const { return closed_; }
-  /// Pixels.
+  /// Widths of a pixel, as all lengths.
   float length() const { return length_; }
   /// The place at arc length s, which wraps on a closed line and is limited on an open one. On a closed line, s counts
   /// from where the line is farthest to the right at the height of its middle: a place that moves as the object does.
   image_point at(float s) const;
-  /// The line around s: two places `reach` pixels before and behind, nearer on a short line.
+  /// The line around s: two places `reach` before and behind, nearer on a short line.
   std::pair<image_point, image_point> around(float s, float reach) const;
 
  private:
@@ -34,7 +35,8 @@ class outline {
   bool closed_;
 };
 
-/// All outlines of samples above a threshold, the longest first. Those shorter than `shortest` pixels are left out.
-std::vector<outline> find_outlines(const std::int16_t* samples, int width, int height, fix threshold, float shortest);
+/// All outlines of samples above a threshold, the longest first. Those shorter than `shortest` are left out.
+std::vector<outline> find_outlines(const std::int16_t* samples, int width, int height, fix threshold, float shortest,
+                                   float pixel_aspect = 1);
 
 }  // namespace tessaron

@@ -1,6 +1,5 @@
 // Arguments that operators take as one value for the whole image.
 #include <algorithm>
-#include <array>
 
 #include "base/report.h"
 #include "evaluator/frame.h"
@@ -29,12 +28,14 @@ std::int64_t place_of_middle() {
   return std::int64_t(row) * temp_raster_info.width + temp_raster_info.width / 2;
 }
 
-/// Says it once, not for every frame and element, of as many arguments as a list of some length holds.
-void tell_author(const node& n, const node& value, int arg) {
-  static std::array<const node*, 64> told;
-  static std::size_t next;
-  if (std::find(told.begin(), told.end(), &value) != told.end()) return;
-  told[next++ % told.size()] = &value;
+// Besides the flags of the genotype: a value whose author has been told. It lives as long as its node.
+constexpr std::uint8_t NODE_TOLD = 0x80;
+static_assert(NODE_TOLD > NODE_IMAGES_VALID, "a bit of its own");
+
+/// Says it once, not for every frame and element.
+void tell_author(const node& n, node& value, int arg) {
+  if (value.node_flags & NODE_TOLD) return;
+  value.node_flags |= NODE_TOLD;
   report(REPORT_WARNING,
          "%s: '%s' takes one value for the whole image, but is given one for each pixel. That in the middle counts.",
          n.name ? n.name : n.fun->name, n.fun->arg_names[arg]);

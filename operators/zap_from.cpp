@@ -19,7 +19,7 @@ namespace {
 
 constexpr float SHORTEST_OUTLINE = 1.0f / 240;  // of the frame's width: specks throw no lightning
 constexpr float NORMAL_REACH = 1.0f / 100;  // of the frame's width: how far along the outline its direction is taken
-constexpr float LEAST_REACH = 2;            // pixels
+constexpr float LEAST_REACH = 2;            // pixels, the longer way
 constexpr int OUTLINE_STATES = 16;          // bits between the states of one outline's bolts and the next one's
 
 /// What a call says about places.
@@ -28,7 +28,7 @@ struct placing {
   const std::int16_t* mask = nullptr;           // null: everywhere
 };
 
-/// How many of `bolts` each outline carries, by length: whole parts first, then by what is left over.
+/// How many of `bolts` each outline carries, by length on the screen: whole parts first, then by what is left over.
 std::vector<int> shares_of(const std::vector<outline>& outlines, int bolts) {
   double total = 0;
   for (const outline& o : outlines) total += double(o.length());
@@ -61,7 +61,8 @@ float mask_at(const std::int16_t* mask, image_point p) {
 std::vector<bolt_plan> plan_bolts(const std::vector<outline>& outlines, int bolts, fix seed, const placing& p) {
   std::vector<bolt_plan> plan;
   const std::vector<int> shares = shares_of(outlines, bolts);
-  const float reach = std::max(NORMAL_REACH * 2 * half_frame_width(), LEAST_REACH);
+  const float reach =
+      std::max(NORMAL_REACH * 2 * half_frame_width(), LEAST_REACH * std::max(1.0f, display_dims.pixel_aspect));
   for (std::size_t i = 0; i < outlines.size(); ++i)
     for (int k = 0; k < shares[i]; ++k) {
       const std::uint32_t state = bolt_state_of(seed, std::uint32_t(k) + (std::uint32_t(i) << OUTLINE_STATES));
@@ -95,7 +96,7 @@ void zap_from_object(node& n, int mask_arg, int bolts_arg, placing p, const ligh
 
   const float frame_width = 2 * half_frame_width();
   const std::vector<outline> outlines =
-      find_outlines(n.images[0], width, height, threshold, SHORTEST_OUTLINE * frame_width);
+      find_outlines(n.images[0], width, height, threshold, SHORTEST_OUTLINE * frame_width, display_dims.pixel_aspect);
   if (abort_pending()) return;
   const bolt_settings settings = bolt_settings_of(n, bolts_arg + 1);
   const int bolts = bolt_count(n.args[bolts_arg]->const_vals[0]);

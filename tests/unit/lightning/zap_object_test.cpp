@@ -199,6 +199,25 @@ TEST(outlines, end_at_the_border_of_the_picture) {
   EXPECT_EQ(found[0].at(1000).x, 30);
 }
 
+TEST(outlines, are_as_long_as_they_are_on_the_screen) {
+  // A circle of 15 on the screen, in pixels twice as high as wide.
+  std::vector<std::int16_t> samples;
+  for (int y = 0; y < 40; ++y)
+    for (int x = 0; x < 100; ++x)
+      samples.push_back(std::int16_t(2048 + 200 * (15 - std::hypot(x + 0.5 - 50, 2 * (y + 0.5 - 20)))));
+  const std::vector<outline> found = find_outlines(samples.data(), 100, 40, 2048, 3, 2);
+  ASSERT_EQ(found.size(), 1u);
+  const float length = found[0].length();
+  EXPECT_NEAR(length, 2 * 3.14159 * 15, 0.5);
+  // Quarters of it are quarters of the circle, from its right.
+  const struct { float x, y; } QUARTERS[] = {{65, 20}, {50, 12.5f}, {35, 20}, {50, 27.5f}};
+  for (int k = 0; k < 4; ++k) {
+    const image_point p = found[0].at(length * float(k) / 4);
+    EXPECT_NEAR(p.x, QUARTERS[k].x, 0.3) << k;
+    EXPECT_NEAR(p.y, QUARTERS[k].y, 0.3) << k;
+  }
+}
+
 TEST(outlines, of_several_objects_and_holes_come_by_length) {
   const picture ring = [](int x, int y, int) {
     const double d = std::hypot(x - 50.0, y - 40.0);
@@ -278,6 +297,30 @@ TEST(zap_from, points_outwards_on_pixels_that_are_not_square) {
     EXPECT_NEAR(std::hypot(across, down), 20, 3) << aspect;
     EXPECT_NEAR(across / down, aspect, 0.25 * aspect) << aspect;
   }
+}
+
+TEST(zap_from, looks_the_same_on_pixels_that_are_not_square) {
+  const picture object = disc(90, 70, 30);
+  const auto set = [](definition_renderer& r) {
+    r.set_param("bolts", {7});
+    r.set_param("spacing", {0.5f});
+    r.set_param("width", {0.6f, 0});
+    ASSERT_TRUE(r.render());
+  };
+  definition_renderer square(FROM, FRAME);
+  square.set_source(0, object);
+  set(square);
+  definition_renderer tall(FROM, {.width = 200, .height = 60, .output_channels = 1, .pixel_aspect = 2});
+  tall.set_source(0, [&](int x, int y, int e) { return (object(x, 2 * y, e) + object(x, 2 * y + 1, e)) / 2; });
+  set(tall);
+  double difference = 0, light = 0;
+  for (int y = 0; y < 60; ++y)
+    for (int x = 0; x < 200; ++x) {
+      const double mean = (square.at(0, x, 2 * y) + square.at(0, x, 2 * y + 1)) / 2.0;
+      difference += std::fabs(mean - tall.at(0, x, y));
+      light += mean;
+    }
+  EXPECT_LT(difference, 0.25 * light) << "of bolts elsewhere it would be twice the light";
 }
 
 TEST(zap_from, follows_a_moving_object_by_parts_of_a_pixel) {

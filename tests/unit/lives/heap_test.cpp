@@ -170,6 +170,33 @@ TEST_F(failing_heap, each_allocation_of_a_flare_list_leaves_it_to_be_read_again)
   use(before);
 }
 
+TEST_F(failing_heap, each_allocation_of_an_operator_with_a_data_file) {
+  scratch_folder folder;
+  folder.write("t_config.text", "multi_process_enable: 1\nforce_pixel_aspect_ratio: 0\n");
+  folder.write("t_lensflares.text",
+               "begin One spot center 1 radii 0.1 0.2 color 1 1 1 0 0 0\n"
+               "rays center 1 color 1 1 1 ray_number 4 jitter_angles 0 start_angle 0 radius_range 0.1 0.2\n"
+               "ray_width 1 rand_seed 1 end\n");
+  folder.write("t_glares.text", "begin One blob radii 0.1 color 1 1 1 end\n");
+  folder.write("t_filmtypes.text",
+               "begin One color_curves log10 log10 rgb -3 1.2 -1 0.5 1 0.2 end_color_curves end One\n");
+  const std::string before = ::getenv("TESSARON_CONFIG_DIR");
+  ::setenv("TESSARON_CONFIG_DIR", folder.path().c_str(), 1);
+  reset_custom_listing();
+  for (const char* call :
+       {"(element_of (lens_flare 0 [0 0] [0 0] 1 1 1 0 [1 1 1] [1 1 1] [1 1 1]) 0)",
+        "(element_of (glare Source [0.1 0.1 0.1] 0 [1 1] [1 1 1] 1 0 0 0 0) 0)",
+        "(element_of (glare Source [0.1 0.1 0.1] 0 [1 1] [1 1 1] 1 0 2 0 1) 0)",
+        "(film_effect Source [1 0 0 0.1] [1 1 1 0] 0 [0 0 0] [0 0.5] [0.5 0.5 0.5] 0.5 [0.1 0.1 0.1] [1 1 1] "
+        "[0.5 0.5 0.5 0] [0 0.1 0] [0 0 0.5 0.5])"}) {
+    SCOPED_TRACE(call);
+    EXPECT_GT(fail_each(plugin_beneath(call), false, 32), 20);
+  }
+  ::setenv("TESSARON_CONFIG_DIR", before.c_str(), 1);
+  reset_custom_listing();
+  reset_config();
+}
+
 TEST_F(failing_heap, each_allocation_of_a_custom_plugin) {
   scratch_folder folder;
   const std::string before = ::getenv("TESSARON_CONFIG_DIR");
