@@ -12,12 +12,13 @@ namespace {
 
 constexpr int MOST_ELEMENTS = 4;
 
-fix* settled;
-std::int64_t middle;  // its place in the view
+std::int64_t middle;               // its place in the view
+fix middle_sample[MOST_ELEMENTS];  // written by the worker that meets it, while others may still copy the nodes
 
 void middle_pixel_sink(node& root, std::int64_t offset, int width) {
   if (middle < offset || middle >= offset + width) return;
-  for (int e = 0; e < MOST_ELEMENTS; ++e) settled[e] = root.rows[std::min<int>(e, root.elnum - 1)][middle - offset];
+  for (int e = 0; e < MOST_ELEMENTS; ++e)
+    middle_sample[e] = root.rows[std::min<int>(e, root.elnum - 1)][middle - offset];
 }
 
 /// In the middle of the view; in field rendering, where every other line is left out, a line next to it perhaps.
@@ -45,9 +46,10 @@ void settle_arg(node& n, int arg) {
   node& value = *n.args[arg];
   if (value.node_flags & NODE_CONSTANT) return;
   tell_author(n, value, arg);
-  settled = value.const_vals;
   middle = place_of_middle();
+  std::copy(value.const_vals, value.const_vals + MOST_ELEMENTS, middle_sample);  // what stays after an abort
   eval_node_tree_pixel_loop(&value, middle_pixel_sink, 0, 1);
+  std::copy(middle_sample, middle_sample + MOST_ELEMENTS, value.const_vals);
 }
 
 }  // namespace
