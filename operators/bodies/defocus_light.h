@@ -42,8 +42,8 @@ struct float_table {
   }
 };
 
-/// A power of numbers that are at least 0. Numbers below 2^-111 give 0. The relative error is 2^-22 for exponents from
-/// 1/8 to 3, and 2^-17 at 8.
+/// A power of numbers that are at least 0. Numbers below 2^-111 give 0. The relative error is below 2^-21 for exponents
+/// from 1/8 to 3, and below 2^-16 up to 8.
 class power {
  public:
   constexpr power() = default;

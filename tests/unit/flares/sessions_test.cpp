@@ -20,7 +20,7 @@ struct data_file {
   rgba without;  // the picture where there is no entry
 };
 
-/// An entry with `strong` and `weak` in two places, the other way round for the other colour.
+/// The text of an entry with numbers in the places of its two channels.
 std::string with(std::string text, const std::string& red, const std::string& green) {
   for (const auto& [mark, value] : {std::pair{"RED", red}, {"GREEN", green}})
     for (std::size_t at = 0; (at = text.find(mark, at)) != std::string::npos;)
